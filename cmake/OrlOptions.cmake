@@ -1,0 +1,11 @@
+# Compile options shared by every target of the project.
+function(orl_target_options target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra
+    # Error frames name sources relative to the project root.
+    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+  if(ORL_SANITIZE)
+    target_compile_options(${target} PUBLIC -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+    target_link_options(${target} PUBLIC -fsanitize=address,undefined)
+  endif()
+endfunction()
