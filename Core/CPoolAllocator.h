@@ -28,6 +28,14 @@ public:
     static uint8_t poolIndexFor(size_t size) {
         return size > kMaxPooledSize ? kHeapIndex : static_cast<uint8_t>(size == 0 ? 0 : (size - 1) / kStep);
     }
+
+    // Read-only view of a pool's bookkeeping, for tests and diagnostics. `pool` is 0..254.
+    // Items the next refill of the pool will carve from one chunk.
+    static uint32_t itemsPerRefillOf(int pool);
+    // Upper limit of items per refill of the pool.
+    static uint32_t refillLimitOf(int pool);
+    // Chunks taken from the heap for the pool so far.
+    static uint32_t chunkCountOf(int pool);
 };
 
 }  // namespace orl

@@ -2,6 +2,7 @@
 function(orl_target_options target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra
+    -mcx16  # the lock-free stack swaps its 16-byte head with cmpxchg16b
     # Error frames name sources relative to the project root.
     -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
   if(ORL_SANITIZE)
