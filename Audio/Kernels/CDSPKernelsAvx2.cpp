@@ -1,0 +1,4 @@
+// The kernels for processors with AVX2 and FMA; the build gives this file -mavx2 -mfma.
+#define ORL_KERNEL_NS kernels_avx2
+#define ORL_KERNEL_NAME "avx2"
+#include "Audio/Kernels/CDSPKernelsBody.h"
