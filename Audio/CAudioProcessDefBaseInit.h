@@ -1,0 +1,40 @@
+#pragma once
+#include <cstdint>
+
+#include "Core/CArray.h"
+#include "Core/CMap.h"
+#include "Core/CObject.h"
+
+namespace orl {
+
+class CAudioParamAllocDef;
+
+// The parameter side of a process definition: the bindings of parameters to module inputs and
+// the plain name scopes under which parameters of the process are grouped.
+class CAudioProcessDefBaseInit : public CObject {
+public:
+    CAudioProcessDefBaseInit();
+
+    CError* initChilds() override;
+
+    // Bindings by module input slot.
+    const CMap<int32_t, CAudioParamAllocDef*>& paramAllocs() const { return m_paramAllocs; }
+    // The binding of a slot, or null when the definition gives none.
+    const CAudioParamAllocDef* paramAlloc(int32_t index) const;
+    // Plain "core:object" children: each adds its name as one more component to the names of the
+    // parameters below it.
+    const CArray<CObject*>& nameScopes() const { return m_nameScopes; }
+
+    // A name written in this definition as a full dotted name, relative to this definition.
+    CString resolveName(const CString& name) const;
+
+    // Registers the tags of the definition classes once; true when they are registered. Static
+    // initialisation calls it; referring to it also keeps the registration in a static link.
+    static bool ensureCreatorsRegistered();
+
+private:
+    CMap<int32_t, CAudioParamAllocDef*> m_paramAllocs;
+    CArray<CObject*> m_nameScopes;
+};
+
+}  // namespace orl
