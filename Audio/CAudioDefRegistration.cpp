@@ -3,6 +3,7 @@
 #include "Audio/CAudioProcessDef.h"
 #include "Audio/CAudioProcessLinkDef.h"
 #include "Audio/CAudioProcessLinkStateDef.h"
+#include "Audio/Processes/CModNode.h"
 #include "Core/CError.h"
 
 namespace orl {
@@ -21,6 +22,7 @@ const CCreatorRow kAudioDefCreators[] = {
     {"audio:process-link-state", &create<CAudioProcessLinkStateDef>, &CObject::fillDescriptors},
     {"audio:process-bypass-state", &create<CAudioProcessBypassStateDef>, &CObject::fillDescriptors},
     {"audio:param-alloc", &create<CAudioParamAllocDef>, &CObject::fillDescriptors},
+    {"audio:modNode", &create<CModNodeDef>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 

@@ -12,15 +12,6 @@
 
 namespace orl {
 
-namespace {
-
-const CString& passThroughTag() {
-    static const CString tag("audio:modNode");
-    return tag;
-}
-
-}  // namespace
-
 CAudioProcess::~CAudioProcess() {
     unlistenAll();
     for (CRecord* record : m_records) {
@@ -73,7 +64,7 @@ CError* CAudioProcess::init() {
         auto* record = new CRecord();
         record->name = name;
         record->def = childDef;
-        record->passThrough = childDef->tag() == passThroughTag();
+        record->passThrough = childDef->isPassThrough();
         m_byName[name] = m_records.count();
         m_records.add(record);
     }

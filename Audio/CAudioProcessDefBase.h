@@ -50,6 +50,8 @@ public:
 
     // Makes the run-time node of this definition; a definition that makes none returns null.
     virtual CAudioProcessBase* createProcess() const;
+    // A junction that the link resolver looks through instead of making a node of it.
+    virtual bool isPassThrough() const { return false; }
 
 protected:
     // True when the attribute is there with a non-empty value: an empty value counts as absent,

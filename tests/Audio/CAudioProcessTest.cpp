@@ -273,3 +273,61 @@ TEST_F(CAudioProcessTest, DirectChangesAndASampleRateChangeThatResets) {
     EXPECT_EQ(g.run({ones(2)}, {0}, 2, 96000.0)[0], (std::vector<double>{2.0, 3.0}));
     EXPECT_GT(CTestCounterModule::s_resets, resets);
 }
+
+TEST_F(CAudioProcessTest, JunctionsAreLookedThroughAndCyclesDoNotRun) {
+    auto& g = start({"audio:process-def",
+                     "main",
+                     {},
+                     {gain("a", "2"), CDefNode{"audio:modNode", "node", {}, {}}, gain("b", "3"), gain("c", "5"),
+                      linkDef("*", "a"), linkDef("a", "node"), linkDef("node", "b"), linkDef("node", "c"),
+                      linkDef("b", "*"), linkDef("c", "*")}});
+    EXPECT_EQ(g.run({{1.0, 0.5}}, {0}, 2)[0], (std::vector<double>{16.0, 8.0}));  // 2*3 + 2*5
+    auto* root = static_cast<CAudioProcess*>(g.m_root);
+    EXPECT_EQ(root->childProcess(CString("node")), nullptr);
+    EXPECT_EQ(root->sequenceLength(), 3);
+
+    // x and y feed each other: neither can be placed, and the graph stays silent but alive.
+    m_runner.reset();
+    auto& cyc = start({"audio:process-def",
+                       "loop",
+                       {},
+                       {gain("x", "1"), gain("y", "1"), linkDef("*", "x"), linkDef("y", "x"), linkDef("x", "y"),
+                        linkDef("y", "*")}});
+    EXPECT_TRUE(cyc.run({{1.0}}, {0}, 1).empty());
+    EXPECT_EQ(static_cast<CAudioProcess*>(cyc.m_root)->sequenceLength(), 0);
+}
+
+TEST_F(CAudioProcessTest, CompensatedGainInputsStartFromTheirFirstSample) {
+    // A gain signal on the short path must not start from silence while the long path fills.
+    for (const char* compInput : {"false", "true"}) {
+        auto& g = start({"audio:process-def",
+                         "main",
+                         {},
+                         {CDefNode{"test:delay", "slow", {{"latency", "4"}}, {}}, gain("fast", "1"),
+                          gain("mult", "1", {{"is-comp-input", compInput}}), linkDef("*", "slow"),
+                          linkDef("*", "fast"), linkDef("slow", "mult"), linkDef("fast", "mult"),
+                          linkDef("mult", "*")}});
+        auto out = g.run({ones(6, 0.75)}, {0}, 6)[0];
+        const double early = std::string(compInput) == "true" ? 0.75 : 0.0;
+        EXPECT_EQ(out, (std::vector<double>{early, early, early, early, 1.5, 1.5})) << compInput;
+        m_runner.reset();
+        m_defs->destroy();
+        m_defs = CObject::newRoot();
+    }
+}
+
+TEST(CAudioParamReader, PickUpRuleAndRounding) {
+    CTestParam p(2, 3, 0.0);
+    p.m_values = {{1, 2, 3}, {4, 5}};
+    p.m_defaults = {7, 8, 9, 10};
+    EXPECT_EQ(p.pick(1, 1), 5.0);
+    EXPECT_EQ(p.pick(1, 2), 9.0);   // past the group's elements: the default of that element
+    EXPECT_EQ(p.pick(5, 0), 7.0);   // past the groups
+    EXPECT_EQ(p.pick(0, 6), 7.0);   // no such default either: the first
+    p.m_singleGroup = true;
+    EXPECT_EQ(p.pick(1, 1), 2.0);   // single group reads group 0
+    EXPECT_EQ(roundParam(2.5), 3.0);
+    EXPECT_EQ(roundParam(-2.5), -3.0);
+    EXPECT_EQ(roundParam(0.4999), 0.0);
+    EXPECT_EQ(roundParam(-0.5), -1.0);
+}
