@@ -331,3 +331,24 @@ TEST(CAudioParamReader, PickUpRuleAndRounding) {
     EXPECT_EQ(roundParam(0.4999), 0.0);
     EXPECT_EQ(roundParam(-0.5), -1.0);
 }
+
+TEST_F(CAudioProcessTest, ChannelStackMakesOneInstancePerChannelWithShiftedIndex) {
+    auto& g = start({"audio:process-def",
+                     "main",
+                     {{"is-auto-links", "true"}},
+                     {CDefNode{"audio:process-def",
+                               "st",
+                               {{"is-stacked", "true"},
+                                {"is-channel-stack", "true"},
+                                {"stack-index-shift", "3"},
+                                {"is-auto-links", "true"}},
+                               {CDefNode{"test:counter", "count", {}, {}}}}}});
+    auto out = g.run({ones(1, 0.0), ones(1, 0.0), ones(1, 0.0)}, {0, 0, 1}, 1);
+    EXPECT_EQ(out.size(), 3u);
+    auto* stack = dynamic_cast<CAudioProcessStack*>(static_cast<CAudioProcess*>(g.m_root)->childProcess(CString("st")));
+    ASSERT_NE(stack, nullptr);
+    EXPECT_EQ(stack->instanceCount(), 3);
+    EXPECT_EQ(stack->instance(1)->group(), 0);
+    EXPECT_EQ(stack->instance(2)->group(), 1);
+    EXPECT_EQ(stack->instance(2)->element(), 5);
+}
