@@ -196,31 +196,42 @@ bool CAudioProcessTerminalBase::allocApplies(const CAlloc& alloc, uint32_t mask,
     return module->group() >= 0 && module->group() < 32 && (mask & (1u << module->group()));
 }
 
+void CAudioProcessTerminalBase::reconnectAll() {
+    // Links, channels or the rate changed: no fade here; every module is connected and updated
+    // anew.
+    m_reconnectRequested = false;
+    for (CSlot* slot : m_slots) {
+        endCrossfade(*slot);
+        slot->changedAgain = false;
+    }
+    m_whole = m_def && m_def->isTerminalWhole();
+    double length = m_def ? m_def->xfadeLength() : 0.015;
+    if (length < 0.0001) length = 0.0001;
+    const int32_t samples = static_cast<int32_t>(std::lround(m_sampleRate * length));
+    m_xfadeSamples = samples > 0 ? samples : 1;
+    const bool rateChanged = m_sampleRate != m_lastSampleRate;
+    m_lastSampleRate = m_sampleRate;
+    reconnectSlots();
+    for (CSlot* slot : m_slots) {
+        CAudioModule* module = slot->live;
+        connectSlot(*slot);
+        module->m_sampleRate = m_sampleRate;
+        module->connectPorts();
+        if (rateChanged) module->resetState();
+        module->m_resetRequested = true;
+        module->m_changed = true;
+        module->update();
+        clearModuleFlags(module);
+    }
+    for (CAlloc* alloc : m_allocs) alloc->changedMask.store(0, std::memory_order_relaxed);
+    // Whatever a module asked for while it was being connected is done already.
+    m_reconnectRequested = false;
+}
+
 void CAudioProcessTerminalBase::update() {
     registerAllocs();
     if (isReconnecting()) {
-        // Links or the rate changed: no fade here; every module is connected and updated anew.
-        for (CSlot* slot : m_slots) endCrossfade(*slot);
-        m_whole = m_def && m_def->isTerminalWhole();
-        double length = m_def ? m_def->xfadeLength() : 0.015;
-        if (length < 0.0001) length = 0.0001;
-        const int32_t samples = static_cast<int32_t>(std::lround(m_sampleRate * length));
-        m_xfadeSamples = samples > 0 ? samples : 1;
-        const bool rateChanged = m_sampleRate != m_lastSampleRate;
-        m_lastSampleRate = m_sampleRate;
-        reconnectSlots();
-        for (CSlot* slot : m_slots) {
-            CAudioModule* module = slot->live;
-            connectSlot(*slot);
-            module->m_sampleRate = m_sampleRate;
-            module->connectPorts();
-            if (rateChanged) module->resetState();
-            module->m_resetRequested = true;
-            module->m_changed = true;
-            module->update();
-            clearModuleFlags(module);
-        }
-        for (CAlloc* alloc : m_allocs) alloc->changedMask.store(0, std::memory_order_relaxed);
+        reconnectAll();
         return;
     }
 
@@ -262,6 +273,7 @@ void CAudioProcessTerminalBase::update() {
             startCrossfade(*slot);
         }
     }
+    if (m_reconnectRequested) reconnectAll();
     for (const CSlot* slot : m_slots) {
         if (slot->outgoing) {
             // The timers advance only in blocks that run the update step.

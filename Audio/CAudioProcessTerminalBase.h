@@ -26,6 +26,10 @@ public:
     // has no such allocation; true with null when the parameter isn't known to the host.
     bool paramForIndex(int32_t index, const CAudioParamReader*& out) const;
     bool isWhole() const { return m_whole; }
+    // A module whose output channels change (their number, index or group) asks for this from
+    // its update: the node then connects all its modules anew within the same block, so the
+    // nodes downstream see the new channels at once.
+    void requestReconnect() { m_reconnectRequested = true; }
     int32_t crossfadeSamples() const { return m_xfadeSamples; }
     // Live module of a slot, for tests and measurements.
     int32_t slotCount() const { return m_slots.count(); }
@@ -58,6 +62,7 @@ private:
         bool registered = false;
     };
 
+    void reconnectAll();
     void registerAllocs();
     void unregisterAllocs();
     void reconnectSlots();
@@ -75,6 +80,7 @@ private:
     CArray<CAudioModule*, 8> m_spares;
     CArray<CAlloc*, 8> m_allocs;
     bool m_allocsMade = false;
+    bool m_reconnectRequested = false;
     bool m_whole = false;
     int32_t m_xfadeSamples = 1;
     double m_lastSampleRate = 0.0;
