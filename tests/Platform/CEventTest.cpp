@@ -1,5 +1,4 @@
 #include "Platform/CEvent.h"
-#include "Platform/CPlatformClock.h"
 #include <gtest/gtest.h>
 #include <atomic>
 #include <chrono>
@@ -10,83 +9,75 @@ using namespace orl;
 
 namespace {
 
-void waitUntil(const std::atomic<int>& value, int target) {
-    while (value.load() < target) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+void sleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+
+// Starts threads that each wait on the event and count themselves once released.
+std::vector<std::thread> startWaiters(CEvent& event, int n, std::atomic<int>& woken, uint32_t timeoutMs) {
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < n; ++i)
+        waiters.emplace_back([&] {
+            if (event.wait(timeoutMs)) woken.fetch_add(1);
+        });
+    sleepMs(30);  // let them block
+    return waiters;
 }
 
 }  // namespace
 
-TEST(CEvent, AutoResetReleasesOneWaiterAndClears) {
-    CEvent event;  // auto reset, initially clear
-    EXPECT_FALSE(event.wait(0));
+TEST(CEvent, AutoResetReleasesOneWaiterPerSet) {
+    CEvent event;
     std::atomic<int> woken{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i)
-        waiters.emplace_back([&] {
-            EXPECT_TRUE(event.wait(CEvent::kInfinite));
-            woken.fetch_add(1);
-        });
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));  // let them block
+    std::vector<std::thread> waiters = startWaiters(event, 3, woken, CEvent::kInfinite);
     EXPECT_EQ(woken.load(), 0);
-
-    event.set();
-    waitUntil(woken, 1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(woken.load(), 1);    // one set, one waiter
-    EXPECT_FALSE(event.wait(0));  // and the event cleared itself
-
-    event.set();
-    waitUntil(woken, 2);
-    event.set();
-    waitUntil(woken, 3);
+    for (int expected = 1; expected <= 3; ++expected) {
+        event.set();
+        while (woken.load() < expected) sleepMs(1);
+        if (expected == 1) sleepMs(50);  // room for a wrongly released second waiter
+        EXPECT_EQ(woken.load(), expected);
+    }
     for (auto& t : waiters) t.join();
-    EXPECT_FALSE(event.wait(0));
-
-    // With nobody waiting, the signal is kept for the next wait and consumed by it.
-    event.set();
-    EXPECT_TRUE(event.wait(0));
-    EXPECT_FALSE(event.wait(0));
-    event.set();
-    event.reset();
-    EXPECT_FALSE(event.wait(0));
+    EXPECT_FALSE(event.wait(0));  // each release cleared the event
 }
 
-TEST(CEvent, ManualResetStaysSetForEveryone) {
+TEST(CEvent, ManualResetReleasesEveryWaiter) {
     CEvent event(true);
     std::atomic<int> woken{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i)
-        waiters.emplace_back([&] {
-            if (event.wait(CEvent::kInfinite)) woken.fetch_add(1);
-        });
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    // The waiters give up after 3 s, so a set that wakes only one of them fails here rather
+    // than hangs; all must be out well before then.
+    std::vector<std::thread> waiters = startWaiters(event, 3, woken, 3000);
     event.set();
-    for (auto& t : waiters) t.join();
+    for (int ms = 0; ms < 1000 && woken.load() < 3; ++ms) sleepMs(1);
     EXPECT_EQ(woken.load(), 3);
-    EXPECT_TRUE(event.wait(0));
-    EXPECT_TRUE(event.wait(10));
-    event.reset();
-    EXPECT_FALSE(event.wait(0));
+    for (auto& t : waiters) t.join();
+    EXPECT_TRUE(event.wait(10));  // and stays set
+}
 
-    CEvent initiallySet(true, true);
-    EXPECT_TRUE(initiallySet.wait(0));
-    EXPECT_TRUE(initiallySet.wait(0));
-    CEvent autoInitiallySet(false, true);
-    EXPECT_TRUE(autoInitiallySet.wait(0));
-    EXPECT_FALSE(autoInitiallySet.wait(0));
+// With nobody waiting, a signal is kept for the next wait; only the auto-reset kind consumes it.
+TEST(CEvent, SignalWithoutWaiters) {
+    for (bool manual : {false, true}) {
+        SCOPED_TRACE(manual);
+        CEvent event(manual);
+        EXPECT_FALSE(event.wait(0));
+        event.set();
+        EXPECT_TRUE(event.wait(0));
+        EXPECT_EQ(event.wait(0), manual);
+        event.set();
+        event.reset();
+        EXPECT_FALSE(event.wait(0));
+        CEvent initiallySet(manual, true);
+        EXPECT_TRUE(initiallySet.wait(0));
+        EXPECT_EQ(initiallySet.wait(0), manual);
+    }
 }
 
 TEST(CEvent, TimeoutAndLateSignal) {
-    double frequency = 0;
-    ASSERT_TRUE(CPlatformClock::frequency(frequency));
     CEvent event;
-    const int64_t start = CPlatformClock::counter();
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(event.wait(60));
-    const double waited = (CPlatformClock::counter() - start) / frequency;
-    EXPECT_GE(waited, 0.060);  // never gives up early
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(60));  // never early
 
     std::thread late([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        sleepMs(20);
         event.set();
     });
     EXPECT_TRUE(event.wait(10000));

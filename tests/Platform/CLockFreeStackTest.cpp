@@ -24,11 +24,9 @@ TEST(CLockFreeStack, LastInFirstOut) {
     EXPECT_EQ(stack.pop(), nullptr);
     STestNode nodes[5];
     for (int i = 0; i < 3; ++i) stack.push(&nodes[i].link);
-    // A chain 3 -> 4 goes on top with 3 first.
-    nodes[3].link.next = &nodes[4].link;
+    nodes[3].link.next = &nodes[4].link;  // a chain 3 -> 4 goes on top with 3 first
     stack.pushChain(&nodes[3].link, &nodes[4].link);
-    const int expected[] = {3, 4, 2, 1, 0};
-    for (int e : expected) EXPECT_EQ(stack.pop(), &nodes[e].link);
+    for (int e : {3, 4, 2, 1, 0}) EXPECT_EQ(stack.pop(), &nodes[e].link);
     EXPECT_EQ(stack.pop(), nullptr);
 }
 
@@ -36,9 +34,7 @@ TEST(CLockFreeStack, LastInFirstOut) {
 // over and over, which is the situation in which a stack without an ABA guard loses or
 // duplicates nodes.
 TEST(CLockFreeStack, ConcurrentPushPopKeepsEveryNodeOnce) {
-    constexpr int kNodes = 4;
-    constexpr int kThreads = 2;
-    constexpr int kIterations = 1000000;
+    constexpr int kNodes = 4, kThreads = 2, kIterations = 1000000;
     CLockFreeStack stack;
     std::vector<STestNode> nodes(kNodes);
     for (int i = 0; i < kNodes; ++i) {
@@ -46,21 +42,19 @@ TEST(CLockFreeStack, ConcurrentPushPopKeepsEveryNodeOnce) {
         stack.push(&nodes[i].link);
     }
     std::atomic<int> heldTwice{0};
+    auto take = [&]() -> STestNode* {
+        CLockFreeStack::Node* node = stack.pop();
+        if (node && asTestNode(node)->holders.fetch_add(1) != 0) heldTwice.fetch_add(1);
+        return node ? asTestNode(node) : nullptr;
+    };
+    auto giveBack = [&](STestNode* n) {
+        if (!n) return;
+        n->holders.fetch_sub(1);
+        stack.push(&n->link);
+    };
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
+    for (int t = 0; t < kThreads; ++t)
         threads.emplace_back([&] {
-            auto take = [&]() -> STestNode* {
-                CLockFreeStack::Node* node = stack.pop();
-                if (!node) return nullptr;
-                STestNode* n = asTestNode(node);
-                if (n->holders.fetch_add(1) != 0) heldTwice.fetch_add(1);
-                return n;
-            };
-            auto giveBack = [&](STestNode* n) {
-                if (!n) return;
-                n->holders.fetch_sub(1);
-                stack.push(&n->link);
-            };
             for (int i = 0; i < kIterations; ++i) {
                 // Take the top two and put the first straight back: another thread's pop that
                 // read the first with the second as its successor must now fail, or the second
@@ -71,7 +65,6 @@ TEST(CLockFreeStack, ConcurrentPushPopKeepsEveryNodeOnce) {
                 giveBack(b);
             }
         });
-    }
     for (auto& th : threads) th.join();
     EXPECT_EQ(heldTwice.load(), 0);
     std::set<int> seen;
