@@ -14,6 +14,13 @@ namespace {
 
 std::atomic<CObject*> g_sharedRoot{nullptr};
 
+// An expression that keeps producing expressions, or a loop of links, ends here instead of
+// hanging: a definition can't be trusted to be free of either.
+constexpr int32_t kMaxResolveSteps = 256;
+constexpr int32_t kMaxResolvedLength = 65536;
+constexpr int32_t kMaxLinkDepth = 32;
+thread_local int32_t t_linkDepth = 0;
+
 const CString& senderKey() {
     static const CString k("sender");
     return k;
@@ -63,11 +70,21 @@ const CClassDescriptors& CObject::objectDescriptors() {
 void* CObject::operator new(size_t size) { return CPoolAllocator::allocate(size); }
 void CObject::operator delete(void* p) { CPoolAllocator::release(p); }
 
+struct CObject::CLinkData {
+    // Listener to (source attribute to target attribute); an empty map forwards everything.
+    CMap<CObject*, CMap<CString, CString>> outgoing;
+    CSet<CObject*> incoming;
+
+    static void* operator new(size_t size) { return CPoolAllocator::allocate(size); }
+    static void operator delete(void* p) { CPoolAllocator::release(p); }
+};
+
 CObject::CObject() : m_descriptors(&objectDescriptors()), m_root(this) {}
 
 CObject::~CObject() {
     // Children left by a plain delete are still owned here.
     while (m_children.count() > 0) m_children.last()->destroy();
+    dropLinks();
     delete m_templatePayload;
 }
 
@@ -121,13 +138,142 @@ void* CObject::getAttrPointer(const CString& name) const {
 
 CError* CObject::setAttr(const CString& name, const CString& text, bool runHandlerNow) {
     if (m_readOnly || name.isEmpty()) return nullptr;
-    return storeText(name, text, runHandlerNow);
+    // Most values hold no expression and go straight to the store.
+    if (text.find(u'{') < 0) return storeText(name, text, runHandlerNow);
+    return storeText(name, resolveAttrText(name, text), runHandlerNow);
 }
 
 CError* CObject::storeText(const CString& name, const CString& text, bool runHandlerNow) {
     auto it = m_attrs.try_emplace(name).first;
     it->second.setText(text);
-    return dispatchAttr(it->first, it->second, runHandlerNow);
+    if (CError* err = dispatchAttr(it->first, it->second, runHandlerNow)) return err;
+    return forwardToLinks(it->first, it->second);
+}
+
+// ---- expressions and links ----
+
+CString CObject::resolveAttrText(const CString& name, const CString& text) {
+    CString result = text;
+    for (int32_t step = 0;; ++step) {
+        // The last "{" first: inner expressions resolve before outer ones, and text that a
+        // result brings in is scanned again.
+        const int32_t open = result.findLast(u'{');
+        if (open < 0 || open == result.length() - 1) break;
+        const int32_t close = result.find(u'}', open);
+        if (close < 0) break;
+        if (step == kMaxResolveSteps || result.length() > kMaxResolvedLength) {
+            CLog::logContext(fullName(), "Expression in attribute '%s' does not come to an end",
+                             name.narrowed().c8());
+            break;
+        }
+        const CString inner = result.substring(open + 1, close - open - 1);
+        const int32_t question = inner.find(u'?');
+        const CString expression = question < 0 ? inner : inner.substring(0, question);
+        const CString fallback = question < 0 ? CString() : inner.substring(question + 1);
+        CString next = result.substring(0, open);
+        next.append(evaluateExpression(name, expression, fallback));
+        next.append(result.substring(close + 1));
+        result = static_cast<CString&&>(next);
+    }
+    return result;
+}
+
+CString CObject::evaluateExpression(const CString& name, const CString& expression, const CString& fallback) {
+    if (expression.isEmpty()) return lookupAttr(name, name, fallback, true);
+    switch (expression.at(0)) {
+        case u'@': return lookupAttr(name, expression.substring(1), fallback, false);
+        case u'*': return makeLink(name, expression.substring(1));
+        default: return lookupAttr(name, expression, fallback, true);
+    }
+}
+
+CString CObject::lookupAttr(const CString& name, const CString& expression, const CString& fallback,
+                            bool searching) const {
+    const CObject* object = this;
+    CString attr = expression;
+    if (!expression.isEmpty() && expression.at(0) == u'/') {
+        const int32_t blank = expression.find(u' ');
+        const CString path = blank < 0 ? expression.substring(1) : expression.substring(1, blank - 1);
+        attr = blank < 0 ? name : expression.substring(blank + 1);
+        object = findObject(path);
+        if (!object) return fallback;
+    }
+    for (const CObject* o = object; o; o = searching ? o->m_parent : nullptr) {
+        if (const CAttrValue* value = o->findAttr(attr)) return value->getString();
+    }
+    return fallback;
+}
+
+CString CObject::makeLink(const CString& name, const CString& spec) {
+    CArray<CString> pieces;
+    spec.split(u' ', true, true, pieces);
+    if (pieces.count() < 2) return CString();
+    CObject* source = nullptr;
+    if (pieces[0].at(0) == u'/') {
+        source = findObject(pieces[0].substring(1));
+    } else {
+        for (CObject* o = this; o && !source; o = o->m_parent) {
+            auto it = o->m_childrenByName.find(pieces[0]);
+            if (it != o->m_childrenByName.end() && !it->second.empty()) source = it->second.begin()->second;
+        }
+    }
+    if (!source || source->m_readOnly || source == this) return CString();
+    source->addLink(this, pieces[1], name);
+    const CAttrValue* value = source->findAttr(pieces[1]);
+    if (!value || pieces[1] == "scheme") return CString();
+    return value->getString();
+}
+
+CObject::CLinkData* CObject::links() {
+    if (!m_links) m_links = new CLinkData();
+    return m_links;
+}
+
+void CObject::addLink(CObject* listener, const CString& sourceAttr, const CString& targetAttr) {
+    if (!listener || listener == this) return;
+    auto& record = links()->outgoing[listener];
+    if (!sourceAttr.isEmpty()) record[sourceAttr] = targetAttr;
+    listener->links()->incoming.insert(this);
+}
+
+bool CObject::hasLinkTo(const CObject* listener) const {
+    return m_links && m_links->outgoing.count(const_cast<CObject*>(listener)) > 0;
+}
+
+int32_t CObject::incomingLinkCount() const { return m_links ? static_cast<int32_t>(m_links->incoming.size()) : 0; }
+
+CError* CObject::forwardToLinks(const CString& name, const CAttrValue& value) {
+    if (!m_links || m_links->outgoing.empty()) return nullptr;
+    if (t_linkDepth >= kMaxLinkDepth) {
+        CLog::logContext(fullName(), "Attribute links of '%s' nest too deep; a loop of links?", name.narrowed().c8());
+        return nullptr;
+    }
+    ++t_linkDepth;
+    CError* err = nullptr;
+    const CString text = value.getString();
+    for (auto& [listener, record] : m_links->outgoing) {
+        if (record.empty()) {
+            err = listener->setLinkedAttr(this, name, text);
+        } else {
+            auto target = record.find(name);
+            if (target != record.end()) err = listener->setLinkedAttr(this, target->second, text);
+        }
+        if (err) break;
+    }
+    --t_linkDepth;
+    return err ? ORL_PASS(err, fullName()) : nullptr;
+}
+
+void CObject::dropLinks() {
+    if (!m_links) return;
+    for (CObject* source : m_links->incoming) {
+        if (source->m_links) source->m_links->outgoing.erase(this);
+    }
+    for (auto& [listener, record] : m_links->outgoing) {
+        if (listener->m_links) listener->m_links->incoming.erase(this);
+    }
+    delete m_links;
+    m_links = nullptr;
 }
 
 CError* CObject::setAttrPointer(const CString& name, void* value, bool runHandlerNow) {
@@ -455,7 +601,8 @@ void CObject::detach() {
 }
 
 void CObject::release() {
-    // Nothing ties a plain object to others until it listens to events or follows links.
+    // Neither end of a link may keep a pointer to an object that goes.
+    dropLinks();
 }
 
 void CObject::destroy() {

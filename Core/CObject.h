@@ -100,6 +100,12 @@ public:
     // Releases, destroys the children last-created first, detaches and deletes this object.
     void destroy();
 
+    // Live links: after every set of an attribute of this object, the listener's target attribute
+    // follows. With an empty attribute name every attribute is forwarded under its own name.
+    void addLink(CObject* listener, const CString& sourceAttr, const CString& targetAttr);
+    bool hasLinkTo(const CObject* listener) const;
+    int32_t incomingLinkCount() const;
+
     // Runs one of this object's events directly on the calling thread.
     CError* runEvent(const CString& eventName);
     CError* runEvent(const CString& eventName, CAttrMap& params);
@@ -148,6 +154,15 @@ private:
     void assignName(const CString& name);
     CError* dispatchAttr(const CString& name, CAttrValue& value, bool runHandlerNow);
     CError* storeText(const CString& name, const CString& text, bool runHandlerNow);
+    // Expressions in attribute text, resolved once as the attribute is set.
+    CString resolveAttrText(const CString& name, const CString& text);
+    CString evaluateExpression(const CString& name, const CString& expression, const CString& fallback);
+    CString lookupAttr(const CString& name, const CString& expression, const CString& fallback, bool searching) const;
+    CString makeLink(const CString& name, const CString& spec);
+    CError* forwardToLinks(const CString& name, const CAttrValue& value);
+    void dropLinks();
+    struct CLinkData;
+    CLinkData* links();
 
     const CClassDescriptors* m_descriptors;
     CAttrMap m_attrs;
@@ -168,6 +183,8 @@ private:
     CMap<CString, CObject*> m_runtimeTemplates;
     uint32_t m_threadId = 0;
     bool m_hasNoBridge = true;
+    // Outgoing links and incoming link sources; made on first use.
+    CLinkData* m_links = nullptr;
     CString m_baseName;
     int32_t m_nameIndex = 0;
 };
