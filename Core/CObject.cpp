@@ -4,8 +4,11 @@
 
 #include "Core/CCreatorRegistry.h"
 #include "Core/CError.h"
+#include "Core/CEventBus.h"
+#include "Core/CObjectEventBridge.h"
 #include "Core/CLog.h"
 #include "Core/CPoolAllocator.h"
+#include "Core/CStdEventBridge.h"
 #include "Core/CTemplatePayload.h"
 
 namespace orl {
@@ -29,9 +32,11 @@ const CString& senderKey() {
 CError* releaseChildBridgedProc(CObject* object, CAttrMap& params) { return object->releaseChildBridged(params); }
 
 CObject* createPlainObject() { return new CObject(); }
+CObject* createEventBridge() { return new CStdEventBridge(); }
 
 const CCreatorRow kCoreCreators[] = {
     {"core:object", &createPlainObject, &CObject::fillDescriptors},
+    {"ui:ui-event-bridge", &createEventBridge, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 
@@ -70,10 +75,12 @@ const CClassDescriptors& CObject::objectDescriptors() {
 void* CObject::operator new(size_t size) { return CPoolAllocator::allocate(size); }
 void CObject::operator delete(void* p) { CPoolAllocator::release(p); }
 
-struct CObject::CLinkData {
+struct CObject::CTies {
     // Listener to (source attribute to target attribute); an empty map forwards everything.
     CMap<CObject*, CMap<CString, CString>> outgoing;
     CSet<CObject*> incoming;
+    // What this object listens to: sender full name, then event names.
+    CMap<CString, CSet<CString>> listens;
 
     static void* operator new(size_t size) { return CPoolAllocator::allocate(size); }
     static void operator delete(void* p) { CPoolAllocator::release(p); }
@@ -84,8 +91,11 @@ CObject::CObject() : m_descriptors(&objectDescriptors()), m_root(this) {}
 CObject::~CObject() {
     // Children left by a plain delete are still owned here.
     while (m_children.count() > 0) m_children.last()->destroy();
+    dropListens();
     dropLinks();
+    delete m_ties;
     delete m_templatePayload;
+    if (m_root == this) delete m_bus;
 }
 
 CObject* CObject::newRoot(const char* tag) {
@@ -224,26 +234,26 @@ CString CObject::makeLink(const CString& name, const CString& spec) {
     return value->getString();
 }
 
-CObject::CLinkData* CObject::links() {
-    if (!m_links) m_links = new CLinkData();
-    return m_links;
+CObject::CTies* CObject::ties() {
+    if (!m_ties) m_ties = new CTies();
+    return m_ties;
 }
 
 void CObject::addLink(CObject* listener, const CString& sourceAttr, const CString& targetAttr) {
     if (!listener || listener == this) return;
-    auto& record = links()->outgoing[listener];
+    auto& record = ties()->outgoing[listener];
     if (!sourceAttr.isEmpty()) record[sourceAttr] = targetAttr;
-    listener->links()->incoming.insert(this);
+    listener->ties()->incoming.insert(this);
 }
 
 bool CObject::hasLinkTo(const CObject* listener) const {
-    return m_links && m_links->outgoing.count(const_cast<CObject*>(listener)) > 0;
+    return m_ties && m_ties->outgoing.count(const_cast<CObject*>(listener)) > 0;
 }
 
-int32_t CObject::incomingLinkCount() const { return m_links ? static_cast<int32_t>(m_links->incoming.size()) : 0; }
+int32_t CObject::incomingLinkCount() const { return m_ties ? static_cast<int32_t>(m_ties->incoming.size()) : 0; }
 
 CError* CObject::forwardToLinks(const CString& name, const CAttrValue& value) {
-    if (!m_links || m_links->outgoing.empty()) return nullptr;
+    if (!m_ties || m_ties->outgoing.empty()) return nullptr;
     if (t_linkDepth >= kMaxLinkDepth) {
         CLog::logContext(fullName(), "Attribute links of '%s' nest too deep; a loop of links?", name.narrowed().c8());
         return nullptr;
@@ -251,7 +261,7 @@ CError* CObject::forwardToLinks(const CString& name, const CAttrValue& value) {
     ++t_linkDepth;
     CError* err = nullptr;
     const CString text = value.getString();
-    for (auto& [listener, record] : m_links->outgoing) {
+    for (auto& [listener, record] : m_ties->outgoing) {
         if (record.empty()) {
             err = listener->setLinkedAttr(this, name, text);
         } else {
@@ -265,15 +275,15 @@ CError* CObject::forwardToLinks(const CString& name, const CAttrValue& value) {
 }
 
 void CObject::dropLinks() {
-    if (!m_links) return;
-    for (CObject* source : m_links->incoming) {
-        if (source->m_links) source->m_links->outgoing.erase(this);
+    if (!m_ties) return;
+    for (CObject* source : m_ties->incoming) {
+        if (source->m_ties) source->m_ties->outgoing.erase(this);
     }
-    for (auto& [listener, record] : m_links->outgoing) {
-        if (listener->m_links) listener->m_links->incoming.erase(this);
+    for (auto& [listener, record] : m_ties->outgoing) {
+        if (listener->m_ties) listener->m_ties->incoming.erase(this);
     }
-    delete m_links;
-    m_links = nullptr;
+    m_ties->incoming.clear();
+    m_ties->outgoing.clear();
 }
 
 CError* CObject::setAttrPointer(const CString& name, void* value, bool runHandlerNow) {
@@ -540,7 +550,7 @@ CError* CObject::addChild(CObject*& outChild, const CString& tag, const CString&
     child->m_descriptors = descriptors;
     child->m_parent = this;
     child->m_bus = m_bus;
-    child->m_objectId = -1;
+    child->m_objectId = m_bus ? m_bus->takeObjectId() : -1;
     child->m_root = m_root;
     child->m_tag = classTag;
     child->m_templateLink = templ;
@@ -601,7 +611,8 @@ void CObject::detach() {
 }
 
 void CObject::release() {
-    // Neither end of a link may keep a pointer to an object that goes.
+    // Neither end of a link, nor a sender, may keep a pointer to an object that goes.
+    dropListens();
     dropLinks();
 }
 
@@ -648,6 +659,81 @@ CError* CObject::initChilds() {
 CError* CObject::onChildCreated(CObject* /*child*/) { return nullptr; }
 
 // ---- events ----
+
+void CObject::attachNewBus() {
+    if (m_root != this || m_bus) return;
+    m_bus = new CEventBus();
+    m_objectId = m_bus->takeObjectId();
+}
+
+void CObject::setEventBridge(CObjectEventBridge* bridge, uint32_t thread) {
+    m_eventBridge = bridge;
+    m_threadId = thread;
+    m_hasNoBridge = bridge == nullptr;
+}
+
+CObjectEventBridge* CObject::ownerBridge(uint32_t* thread) const {
+    for (const CObject* o = this; o; o = o->m_parent) {
+        if (!o->m_hasNoBridge) {
+            if (thread) *thread = o->m_threadId;
+            return o->m_eventBridge;
+        }
+    }
+    return nullptr;
+}
+
+void CObject::listenObject(const CString& senderFullName, const CString& eventName, const CString& procName) {
+    auto entry = m_descriptors->events.find(procName);
+    if (entry == m_descriptors->events.end()) {
+        CLog::logContext(fullName(), "Event handler '%s' not found in listenObject().", procName.narrowed().c8());
+        return;
+    }
+    if (!m_bus) return;
+    m_bus->listen(senderFullName, eventName, this, entry->second, procName);
+    ties()->listens[senderFullName].insert(eventName);
+}
+
+void CObject::unlistenObject(const CString& senderFullName, const CString& eventName) {
+    if (m_bus) m_bus->unlisten(senderFullName, eventName, this);
+    if (!m_ties) return;
+    auto it = m_ties->listens.find(senderFullName);
+    if (it == m_ties->listens.end()) return;
+    it->second.erase(eventName);
+    if (it->second.empty()) m_ties->listens.erase(it);
+}
+
+void CObject::dropListens() {
+    if (!m_ties || !m_bus) return;
+    for (const auto& [sender, events] : m_ties->listens) {
+        for (const CString& event : events) m_bus->unlisten(sender, event, this);
+    }
+    m_ties->listens.clear();
+}
+
+CError* CObject::fireEvent(const CString& eventName, bool forceBridge) {
+    CAttrMap params;
+    return fireEvent(eventName, params, forceBridge);
+}
+
+CError* CObject::fireEvent(const CString& eventName, CAttrMap& params, bool forceBridge) {
+    if (!m_bus) return nullptr;
+    CError* err = m_bus->fire(fullName(), eventName, params, forceBridge);
+    return err ? ORL_PASS(err, fullName()) : nullptr;
+}
+
+void CObject::postEvent(CObject* target, const CString& senderFullName, const CString& eventName, CAttrMap& params) {
+    if (!target) return;
+    CObjectEventBridge* bridge = target->ownerBridge(nullptr);
+    if (!bridge) return;
+    params[CString("sender")].setString(senderFullName);
+    params[CString("listener")].setString(target->fullName());
+    params[CString("listener-id")].setInt(target->objectId());
+    params[CString("listener-proc")].setString(eventName);
+    if (CError* err = bridge->post(params)) {
+        logError(err);
+        deleteError(err);
+    }
+}
 
 CError* CObject::runEvent(const CString& eventName) {
     auto it = m_descriptors->events.find(eventName);

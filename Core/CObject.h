@@ -106,6 +106,22 @@ public:
     bool hasLinkTo(const CObject* listener) const;
     int32_t incomingLinkCount() const;
 
+    // Events. A listener names one of its own events as the procedure to run when the sender,
+    // known by full name, fires. Without a bus (the shared tree) nothing is registered or fired.
+    void listenObject(const CString& senderFullName, const CString& eventName, const CString& procName);
+    void unlistenObject(const CString& senderFullName, const CString& eventName);
+    CError* fireEvent(const CString& eventName, bool forceBridge = false);
+    CError* fireEvent(const CString& eventName, CAttrMap& params, bool forceBridge = false);
+    // Asks the thread that owns target to run one of target's events.
+    static void postEvent(CObject* target, const CString& senderFullName, const CString& eventName, CAttrMap& params);
+    // The bridge of the first ancestor (or this object) that has one, and its thread.
+    CObjectEventBridge* ownerBridge(uint32_t* thread) const;
+    // Marks this subtree as owned by a thread that the bridge posts to.
+    void setEventBridge(CObjectEventBridge* bridge, uint32_t thread);
+    CEventBus* bus() const { return m_bus; }
+    // Gives a root its own event bus, which it deletes with itself.
+    void attachNewBus();
+
     // Runs one of this object's events directly on the calling thread.
     CError* runEvent(const CString& eventName);
     CError* runEvent(const CString& eventName, CAttrMap& params);
@@ -159,10 +175,11 @@ private:
     CString evaluateExpression(const CString& name, const CString& expression, const CString& fallback);
     CString lookupAttr(const CString& name, const CString& expression, const CString& fallback, bool searching) const;
     CString makeLink(const CString& name, const CString& spec);
+    void dropListens();
     CError* forwardToLinks(const CString& name, const CAttrValue& value);
     void dropLinks();
-    struct CLinkData;
-    CLinkData* links();
+    struct CTies;
+    CTies* ties();
 
     const CClassDescriptors* m_descriptors;
     CAttrMap m_attrs;
@@ -183,8 +200,8 @@ private:
     CMap<CString, CObject*> m_runtimeTemplates;
     uint32_t m_threadId = 0;
     bool m_hasNoBridge = true;
-    // Outgoing links and incoming link sources; made on first use.
-    CLinkData* m_links = nullptr;
+    // Outgoing links, incoming link sources and event registrations; made on first use.
+    CTies* m_ties = nullptr;
     CString m_baseName;
     int32_t m_nameIndex = 0;
 };

@@ -15,7 +15,7 @@ inline void note() {
 
 }  // namespace
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ORL_COUNT_MALLOC 0
 #else
 #define ORL_COUNT_MALLOC 1
