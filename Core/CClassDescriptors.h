@@ -33,11 +33,22 @@ using TDescriptorFiller = void (*)(CClassDescriptors& descriptors);
 // Allocates and constructs an object of a class, nothing else.
 using TCreator = CObject* (*)();
 
+// The creator of a class with a default constructor.
+template <class T>
+CObject* createObjectOf() {
+    return new T();
+}
+
 // A row of a creator table; a table ends at a row with a null creator.
 struct CCreatorRow {
     const char* tag;
     TCreator creator;
     TDescriptorFiller filler;
 };
+
+// Registers a table of creators, logging what fails; true when the whole table is in. A file
+// with a table calls it from a function-local static, so that the table is registered once
+// whether the first caller is a static initialiser or a constructor.
+bool registerCreatorTable(const CCreatorRow* rows);
 
 }  // namespace orl

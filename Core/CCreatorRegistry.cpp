@@ -34,4 +34,12 @@ const CCreatorRegistry::Entry* CCreatorRegistry::find(const CString& tag) {
     return it == t.end() ? nullptr : &it->second;
 }
 
+bool registerCreatorTable(const CCreatorRow* rows) {
+    CError* err = CCreatorRegistry::registerCreators(rows);
+    if (!err) return true;
+    logError(err);
+    deleteError(err);
+    return false;
+}
+
 }  // namespace orl

@@ -214,9 +214,9 @@ CString CObject::lookupAttr(const CString& name, const CString& expression, cons
     return fallback;
 }
 
-CString CObject::makeLink(const CString& name, const CString& spec) {
+CString CObject::makeLink(const CString& name, const CString& linkText) {
     CArray<CString> pieces;
-    spec.split(u' ', true, true, pieces);
+    linkText.split(u' ', true, true, pieces);
     if (pieces.count() < 2) return CString();
     CObject* source = nullptr;
     if (pieces[0].at(0) == u'/') {

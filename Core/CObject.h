@@ -174,7 +174,7 @@ private:
     CString resolveAttrText(const CString& name, const CString& text);
     CString evaluateExpression(const CString& name, const CString& expression, const CString& fallback);
     CString lookupAttr(const CString& name, const CString& expression, const CString& fallback, bool searching) const;
-    CString makeLink(const CString& name, const CString& spec);
+    CString makeLink(const CString& name, const CString& linkText);
     void dropListens();
     CError* forwardToLinks(const CString& name, const CAttrValue& value);
     void dropLinks();

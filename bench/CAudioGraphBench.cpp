@@ -41,14 +41,9 @@ public:
     CAudioProcessBase* createProcess() const override { return new CAudioProcessTerminal<Module>(); }
 };
 
-template <class T>
-CObject* create() {
-    return new T();
-}
-
 const CCreatorRow kBenchModules[] = {
-    {"bench:pass", &create<CBenchDef<CBenchPassModule>>, &CObject::fillDescriptors},
-    {"bench:gain", &create<CBenchDef<CBenchGainModule>>, &CObject::fillDescriptors},
+    {"bench:pass", &createObjectOf<CBenchDef<CBenchPassModule>>, &CObject::fillDescriptors},
+    {"bench:gain", &createObjectOf<CBenchDef<CBenchGainModule>>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 
@@ -65,10 +60,7 @@ CObject* addNode(CObject* parent, const char* tag, const CString& name,
 // A chain of 20 terminals of one kind with automatic links, stereo, 512-sample blocks; the
 // figure is the cost per second of 48 kHz audio.
 void runChain(benchmark::State& state, const char* tag) {
-    static const bool registered = [] {
-        deleteError(CObject::registerCreator(kBenchModules));
-        return true;
-    }();
+    static const bool registered = registerCreatorTable(kBenchModules);
     (void)registered;
     CObject* shared = CObject::newRoot();
     CObject::setSharedRoot(shared);

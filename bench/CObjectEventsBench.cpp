@@ -62,16 +62,13 @@ public:
 };
 
 const CCreatorRow kRows[] = {
-    {"bench:listener", []() -> CObject* { return new CBenchListener(); }, &CBenchListener::fill},
+    {"bench:listener", &createObjectOf<CBenchListener>, &CBenchListener::fill},
     {nullptr, nullptr, nullptr},
 };
 
 // One sender, ten listeners owned by this thread: the firing thread runs them all itself.
 void BM_FireEventTenListeners(benchmark::State& state) {
-    static const bool registered = [] {
-        deleteError(CObject::registerCreator(kRows));
-        return true;
-    }();
+    static const bool registered = registerCreatorTable(kRows);
     (void)registered;
     CBenchTree tree;
     CObject* ui = tree.root->findObject(CString("ui"));

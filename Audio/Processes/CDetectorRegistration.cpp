@@ -3,35 +3,23 @@
 #include "Audio/Processes/CModAbs.h"
 #include "Audio/Processes/CModLeveler.h"
 #include "Audio/Processes/CModRMS.h"
-#include "Core/CError.h"
 
 namespace orl {
 
 namespace {
 
-template <class T>
-CObject* create() {
-    return new T();
-}
-
 // The definitions read everything in init; no attribute needs a handler as it is set.
 const CCreatorRow kDetectorCreators[] = {
-    {"audio:modAbs", &create<CModAbsDef>, &CObject::fillDescriptors},
-    {"audio:modLeveler", &create<CModLevelerDef>, &CObject::fillDescriptors},
-    {"audio:modRMS", &create<CModRMSDef>, &CObject::fillDescriptors},
+    {"audio:modAbs", &createObjectOf<CModAbsDef>, &CObject::fillDescriptors},
+    {"audio:modLeveler", &createObjectOf<CModLevelerDef>, &CObject::fillDescriptors},
+    {"audio:modRMS", &createObjectOf<CModRMSDef>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 
 }  // namespace
 
 bool CDetectorRegistration::ensureCreatorsRegistered() {
-    static const bool registered = [] {
-        CError* err = CObject::registerCreator(kDetectorCreators);
-        if (!err) return true;
-        logError(err);
-        deleteError(err);
-        return false;
-    }();
+    static const bool registered = registerCreatorTable(kDetectorCreators);
     return registered;
 }
 

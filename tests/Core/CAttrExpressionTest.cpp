@@ -25,13 +25,10 @@ public:
 };
 
 const CCreatorRow kRows[] = {
-    {"test:linked", []() -> CObject* { return new CTestLinked(); }, &CTestLinked::fill},
+    {"test:linked", &createObjectOf<CTestLinked>, &CTestLinked::fill},
     {nullptr, nullptr, nullptr},
 };
-[[maybe_unused]] const bool g_reg = [] {
-    deleteError(CObject::registerCreator(kRows));
-    return true;
-}();
+[[maybe_unused]] const bool g_reg = registerCreatorTable(kRows);
 
 class CAttrExpressionTest : public ::testing::Test {
 protected:

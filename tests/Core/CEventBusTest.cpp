@@ -58,13 +58,10 @@ public:
 };
 
 const CCreatorRow kRows[] = {
-    {"test:listener", []() -> CObject* { return new CTestListener(); }, &CTestListener::fill},
+    {"test:listener", &createObjectOf<CTestListener>, &CTestListener::fill},
     {nullptr, nullptr, nullptr},
 };
-[[maybe_unused]] const bool g_reg = [] {
-    deleteError(CObject::registerCreator(kRows));
-    return true;
-}();
+[[maybe_unused]] const bool g_reg = registerCreatorTable(kRows);
 
 class CEventBusTest : public ::testing::Test {
 protected:

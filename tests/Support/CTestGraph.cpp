@@ -20,16 +20,11 @@ public:
     CAudioProcessBase* createProcess() const override { return new CAudioProcessTerminal<Module>(); }
 };
 
-template <class T>
-CObject* create() {
-    return new T();
-}
-
 const CCreatorRow kTestModules[] = {
-    {"test:gain", &create<CTestModuleDef<CTestGainModule>>, &CObject::fillDescriptors},
-    {"test:delay", &create<CTestModuleDef<CTestDelayModule>>, &CObject::fillDescriptors},
-    {"test:counter", &create<CTestModuleDef<CTestCounterModule>>, &CObject::fillDescriptors},
-    {"test:mult", &create<CTestModuleDef<CTestMultModule>>, &CObject::fillDescriptors},
+    {"test:gain", &createObjectOf<CTestModuleDef<CTestGainModule>>, &CObject::fillDescriptors},
+    {"test:delay", &createObjectOf<CTestModuleDef<CTestDelayModule>>, &CObject::fillDescriptors},
+    {"test:counter", &createObjectOf<CTestModuleDef<CTestCounterModule>>, &CObject::fillDescriptors},
+    {"test:mult", &createObjectOf<CTestModuleDef<CTestMultModule>>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 
@@ -93,11 +88,7 @@ void CTestMultModule::process() {
 }
 
 void registerTestModules() {
-    static const bool done = [] {
-        CError* err = CObject::registerCreator(kTestModules);
-        deleteError(err);
-        return true;
-    }();
+    static const bool done = registerCreatorTable(kTestModules);
     (void)done;
 }
 
