@@ -8,6 +8,10 @@ class CCpuFeatures {
 public:
     static bool hasAVX2();
     static bool hasFMA();
+    // Whether hot loops run their AVX2+FMA build: the processor has both, and the environment
+    // doesn't ask for the plain build (ORL_FORCE_PLAIN=1, for measuring both on one machine).
+    // Decided once for the process, so that every table of kernels makes the same choice.
+    static bool useAvx2Kernels();
 };
 
 }  // namespace orl

@@ -1,7 +1,6 @@
 #include "Audio/Kernels/CDSPKernels.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <numbers>
 
 #include "Platform/CCpuFeatures.h"
@@ -36,14 +35,7 @@ const CDSPKernels* CDSPKernels::avx2() {
 }
 
 const CDSPKernels& CDSPKernels::get() {
-    // Chosen once; ORL_FORCE_PLAIN=1 in the environment keeps the plain build, so that both
-    // can be measured on one machine.
-    static const CDSPKernels& chosen = []() -> const CDSPKernels& {
-        const char* force = std::getenv("ORL_FORCE_PLAIN");
-        const bool forcePlain = force && force[0] == '1' && force[1] == '\0';
-        const CDSPKernels* fast = avx2();
-        return fast && !forcePlain ? *fast : plain();
-    }();
+    static const CDSPKernels& chosen = CCpuFeatures::useAvx2Kernels() ? *avx2() : plain();
     return chosen;
 }
 

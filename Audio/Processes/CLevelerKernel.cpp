@@ -1,6 +1,5 @@
 #include "Audio/Processes/CLevelerKernel.h"
 
-#include <cstdlib>
 
 #include "Platform/CCpuFeatures.h"
 
@@ -20,14 +19,7 @@ const CLevelerKernel* CLevelerKernel::avx2() {
 }
 
 const CLevelerKernel& CLevelerKernel::get() {
-    // Chosen once, with the same switch as the graph's own kernels, so that one environment
-    // variable measures the whole plain build.
-    static const CLevelerKernel& chosen = []() -> const CLevelerKernel& {
-        const char* force = std::getenv("ORL_FORCE_PLAIN");
-        const bool forcePlain = force && force[0] == '1' && force[1] == '\0';
-        const CLevelerKernel* fast = avx2();
-        return fast && !forcePlain ? *fast : plain();
-    }();
+    static const CLevelerKernel& chosen = CCpuFeatures::useAvx2Kernels() ? *avx2() : plain();
     return chosen;
 }
 

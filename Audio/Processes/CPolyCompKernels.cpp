@@ -1,6 +1,5 @@
 #include "Audio/Processes/CPolyCompKernels.h"
 
-#include <cstdlib>
 
 #include "Audio/Processes/CPolyCompTables.h"
 #include "Platform/CCpuFeatures.h"
@@ -25,14 +24,7 @@ const CPolyCompKernels* CPolyCompKernels::avx2() {
 }
 
 const CPolyCompKernels& CPolyCompKernels::get() {
-    // Chosen once, the same way as the general kernels: ORL_FORCE_PLAIN=1 in the environment
-    // keeps the plain build so that both can be measured on one machine.
-    static const CPolyCompKernels& chosen = []() -> const CPolyCompKernels& {
-        const char* force = std::getenv("ORL_FORCE_PLAIN");
-        const bool forcePlain = force && force[0] == '1' && force[1] == '\0';
-        const CPolyCompKernels* fast = avx2();
-        return fast && !forcePlain ? *fast : plain();
-    }();
+    static const CPolyCompKernels& chosen = CCpuFeatures::useAvx2Kernels() ? *avx2() : plain();
     return chosen;
 }
 

@@ -1,5 +1,7 @@
 #include "Platform/CCpuFeatures.h"
 
+#include <cstdlib>
+
 namespace orl {
 
 namespace {
@@ -26,5 +28,14 @@ const SFeatures& features() {
 
 bool CCpuFeatures::hasAVX2() { return features().avx2; }
 bool CCpuFeatures::hasFMA() { return features().fma; }
+
+bool CCpuFeatures::useAvx2Kernels() {
+    static const bool use = [] {
+        const char* force = std::getenv("ORL_FORCE_PLAIN");
+        const bool forcePlain = force && force[0] == '1' && force[1] == '\0';
+        return hasAVX2() && hasFMA() && !forcePlain;
+    }();
+    return use;
+}
 
 }  // namespace orl
