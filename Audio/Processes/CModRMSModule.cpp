@@ -5,6 +5,15 @@
 
 namespace orl {
 
+namespace {
+
+// An accumulator that has decayed this far no longer shows in the output, where the floor
+// absorbs it; setting it to zero keeps long silence free of subnormal numbers, which are slow
+// on a processor without flush-to-zero.
+constexpr double kFlushBelow = 1e-200;
+
+}  // namespace
+
 void CModRMSModule::resetState() {
     m_z1 = 0.0;
     m_z2 = 0.0;
@@ -26,6 +35,7 @@ void CModRMSModule::runOnePole(const double* in, double* out, int32_t count) {
     double z1 = m_z1;
     for (int32_t i = 0; i < count; ++i) {
         z1 += (in[i] * in[i] - z1) * c;
+        z1 = z1 < kFlushBelow ? 0.0 : z1;
         out[i] = std::sqrt(z1) + kFloor;
     }
     m_z1 = z1;
@@ -37,7 +47,9 @@ void CModRMSModule::runTwoPoles(const double* in, double* out, int32_t count) {
     double z2 = m_z2;
     for (int32_t i = 0; i < count; ++i) {
         z1 += (in[i] * in[i] - z1) * c;
+        z1 = z1 < kFlushBelow ? 0.0 : z1;
         z2 += (z1 - z2) * c;
+        z2 = z2 < kFlushBelow ? 0.0 : z2;
         out[i] = std::sqrt(z2) + kFloor;
     }
     m_z1 = z1;

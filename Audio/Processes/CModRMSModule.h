@@ -18,6 +18,8 @@ public:
 
     double coeff() const { return m_coeff; }
     bool isTwoPole() const { return m_routine == &CModRMSModule::runTwoPoles; }
+    // The accumulators z1 (0) and z2 (1), for tests.
+    double accumulator(int32_t i) const { return i == 0 ? m_z1 : m_z2; }
 
 private:
     void runOnePole(const double* in, double* out, int32_t count);

@@ -6,7 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "Audio/CAudioProcess.h"
+#include "Audio/CAudioProcessTerminalBase.h"
 #include "Audio/Processes/CDetectorRegistration.h"
+#include "Audio/Processes/CModPolyComp2Module.h"
+#include "Audio/Processes/CModRMSModule.h"
 #include "Audio/Processes/CModPolyComp2Def.h"
 #include "tests/Support/CTestGraph.h"
 
@@ -128,6 +132,53 @@ TEST(CCompressorChain, StereoSineBurstMatchesTheReferenceGainReduction) {
         EXPECT_LT(worst, 1e-9);
         // A level around -8 dBFS over a -20 dB threshold compresses audibly.
         EXPECT_LT(maxReductionDb, -3.0);
+    }
+    defs->destroy();
+    CObject::setSharedRoot(nullptr);
+    shared->destroy();
+}
+
+// After a burst, a long silence must not leave subnormal numbers in any state, even with
+// flush-to-zero off (as it is here): the code must not rely on the processor for speed.
+TEST(CCompressorChain, LongSilenceLeavesNoSubnormalState) {
+    CDetectorRegistration::ensureCreatorsRegistered();
+    CModPolyComp2Def::ensureCreatorsRegistered();
+    CObject* shared = CObject::newRoot();
+    CObject::setSharedRoot(shared);
+    CObject* defs = CObject::newRoot();
+    {
+        CTestGraphRunner g;
+        g.m_host.add("main.rms.freq", 8, 1, 100.0);  // a slow decay passes block ends while tiny
+        g.m_host.add("main.rms.type", 8, 1, 1.0);
+        CDefNode def{"audio:process-def",
+                     "main",
+                     {{"is-auto-links", "true"}},
+                     {CDefNode{"audio:modAbs", "abs", {}, {}},
+                      CDefNode{"audio:modRMS", "rms", {}, {alloc("freq", 0), alloc("type", 1)}},
+                      CDefNode{"audio:modPolyComp2", "comp", {}, {}}}};
+        auto* root = dynamic_cast<CAudioProcessDefBase*>(buildDef(defs, def));
+        ASSERT_NE(root, nullptr);
+        g.start(root);
+        std::vector<double> burst(512), silence(512, 0.0);
+        for (int i = 0; i < 512; ++i) burst[i] = 0.9 * std::sin(0.3 * i);
+        for (int b = 0; b < 20; ++b) g.run({burst}, {0}, 512, 44100.0);
+        auto* main = static_cast<CAudioProcess*>(g.m_root);
+        auto* rms = dynamic_cast<CAudioProcessTerminalBase*>(main->childProcess(CString("rms")));
+        auto* comp = dynamic_cast<CAudioProcessTerminalBase*>(main->childProcess(CString("comp")));
+        ASSERT_TRUE(rms && comp);
+        const auto* rmsModule = static_cast<const CModRMSModule*>(rms->slotModule(0));
+        const CPolyCompState& st = static_cast<const CModPolyComp2Module*>(comp->slotModule(0))->state();
+        std::vector<double> last;
+        int subnormals = 0;
+        for (int b = 0; b < 400; ++b) {
+            last = g.run({silence}, {0}, 512, 44100.0)[0];
+            for (int i = 0; i < 2; ++i) subnormals += std::fpclassify(rmsModule->accumulator(i)) == FP_SUBNORMAL;
+            for (int i = 0; i < st.stageCount; ++i) subnormals += std::fpclassify(st.stage[i]) == FP_SUBNORMAL;
+            subnormals += std::fpclassify(st.outGainSmooth) == FP_SUBNORMAL;
+        }
+        EXPECT_EQ(subnormals, 0);
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(rmsModule->accumulator(i), 0.0);
+        for (double v : last) EXPECT_EQ(std::fpclassify(v), FP_NORMAL);
     }
     defs->destroy();
     CObject::setSharedRoot(nullptr);
