@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "Audio/CAudioProcess.h"
 #include "Audio/CAudioProcessDefBase.h"
 #include "Audio/CAudioProcessTerminalBase.h"
+#include "Audio/Processes/CDetectorRegistration.h"
+#include "Audio/Processes/CModPolyComp2Def.h"
 #include "tests/RealTime/CAllocationCounter.h"
 #include "tests/Support/CTestGraph.h"
 
@@ -87,6 +91,62 @@ TEST(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
         static_cast<CAudioProcess*>(runner->m_root)->childProcess(CString("smooth")));
     ASSERT_NE(smooth, nullptr);
     EXPECT_EQ(smooth->spareCount(), 2);
+
+    runner.reset();
+    defs->destroy();
+    CObject::setSharedRoot(nullptr);
+    shared->destroy();
+}
+
+// The detector chain and the gain computer, with parameter changes on the running road and
+// crossfades of the leveler, also run without the general heap once warm.
+TEST(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
+    CDetectorRegistration::ensureCreatorsRegistered();
+    CModPolyComp2Def::ensureCreatorsRegistered();
+    CObject* shared = CObject::newRoot();
+    CObject::setSharedRoot(shared);
+    CObject* defs = CObject::newRoot();
+    auto alloc = [](const char* name, const char* index) {
+        return CDefNode{"audio:param-alloc", "a", {{"param-name", name}, {"index", index}}, {}};
+    };
+    CDefNode root{"audio:process-def",
+                  "main",
+                  {{"is-auto-links", "true"}},
+                  {CDefNode{"audio:modAbs", "abs", {}, {}},
+                   CDefNode{"audio:modLeveler",
+                            "level",
+                            {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}, {"xfade-length", "0.003"}},
+                            {alloc("linking", "2")}},
+                   CDefNode{"audio:modRMS", "rms", {}, {}},
+                   CDefNode{"audio:modPolyComp2", "comp", {}, {alloc("threshold", "2")}}}};
+    auto runner = std::make_unique<CTestGraphRunner>();
+    runner->m_host.add("main.level.linking", 8, 1, 0.5);
+    runner->m_host.add("main.comp.threshold", 8, 1, -20.0);
+    auto* def = dynamic_cast<CAudioProcessDefBase*>(buildDef(defs, root));
+    ASSERT_NE(def, nullptr);
+    runner->start(def);
+
+    std::vector<double> left(512), right(512);
+    for (int i = 0; i < 512; ++i) {
+        left[i] = 0.5 * std::sin(0.05 * i);
+        right[i] = 0.3 * std::sin(0.07 * i);
+    }
+    const double* inputs[] = {left.data(), right.data()};
+    const int32_t groups[] = {0, 0};
+    // Names made before counting: the test's own strings are not the graph's business.
+    const std::string linking("main.level.linking"), threshold("main.comp.threshold");
+    auto block = [&](int32_t i) {
+        if (i % 50 == 0) runner->m_host.set(linking, 0.4 + (i % 3) * 0.1);
+        if (i % 30 == 0) runner->m_host.set(threshold, -20.0 - (i % 4));
+        // Block sizes over eight buffer classes; the whole pattern repeats every 600 blocks, so
+        // the warm-up has met every combination of size and change that the run will meet.
+        runner->runInPlace(inputs, groups, 2, 64 + (i % 8) * 56, 48000.0);
+        runner->m_root->releaseOutputs();
+    };
+    for (int32_t i = 0; i < 600; ++i) block(i);
+    CAllocationCounter::start();
+    for (int32_t i = 600; i < 6600; ++i) block(i);
+    EXPECT_EQ(CAllocationCounter::stop(), 0);
 
     runner.reset();
     defs->destroy();
