@@ -37,8 +37,8 @@ private:
 // -20 dB, 2:1, knee 6 dB, auto gain on, "Fast" attack and "Norm" release.
 class CBenchPolyComp : public CModPolyComp2Module {
 public:
-    explicit CBenchPolyComp(TRunFn run) {
-        const double values[kParamCount] = {0.010, 0.5, -20.0, 0.5, 6.0, 1.0, 1.0, 1.0, 1.0, 1.0, 0.0};
+    explicit CBenchPolyComp(TRunFn run, double attack = 0.010, double inertia = 0.5) {
+        const double values[kParamCount] = {attack, inertia, -20.0, 0.5, 6.0, 1.0, 1.0, 1.0, 1.0, 1.0, 0.0};
         for (int32_t i = 0; i < kParamCount; ++i) {
             m_values.emplace_back(values[i]);
             m_params[i] = &m_values.back();
@@ -67,13 +67,15 @@ std::vector<double> levelSignal(uint32_t seed) {
 }
 
 // Two modules (a stereo pair), blocks of 512; the figure is CPU time per second of 48 kHz audio.
-void runStereo(benchmark::State& state, const CPolyCompKernels* kernels, bool fast) {
+void runStereo(benchmark::State& state, const CPolyCompKernels* kernels, bool fast, double attack = 0.010,
+               double inertia = 0.5) {
     if (!kernels) {
         state.SkipWithError("no AVX2 and FMA on this processor");
         return;
     }
     const CModPolyComp2Module::TRunFn run = fast ? kernels->runFast : kernels->runDirect;
-    CBenchPolyComp left(run), right(run);
+    CBenchPolyComp left(run, attack, inertia), right(run, attack, inertia);
+    state.counters["stages"] = left.state().stageCount;
     const std::vector<double> inLeft = levelSignal(1), inRight = levelSignal(2);
     std::vector<double> out(kBlock);
     size_t pos = 0;
@@ -88,6 +90,7 @@ void runStereo(benchmark::State& state, const CPolyCompKernels* kernels, bool fa
     }
     state.counters["cpu_per_audio_s"] =
         benchmark::Counter(kBlock / kRate, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.SetItemsProcessed(state.iterations() * 2 * kBlock);  // samples per second per core
 }
 
 void BM_PolyCompStereoDirectPlain(benchmark::State& s) { runStereo(s, &CPolyCompKernels::plain(), false); }
@@ -101,5 +104,15 @@ BENCHMARK(BM_PolyCompStereoFastPlain);
 BENCHMARK(BM_PolyCompStereoDirectAvx2);
 BENCHMARK(BM_PolyCompStereoFastAvx2);
 BENCHMARK(BM_PolyCompStereoChosen);
+
+// The worked tables: 20 ms at 50 % inertia has 14 stages, 5 ms at 100 % has 28.
+void BM_PolyCompN14Plain(benchmark::State& s) { runStereo(s, &CPolyCompKernels::plain(), true, 0.020, 0.5); }
+void BM_PolyCompN14Avx2(benchmark::State& s) { runStereo(s, CPolyCompKernels::avx2(), true, 0.020, 0.5); }
+void BM_PolyCompN28Plain(benchmark::State& s) { runStereo(s, &CPolyCompKernels::plain(), true, 0.005, 1.0); }
+void BM_PolyCompN28Avx2(benchmark::State& s) { runStereo(s, CPolyCompKernels::avx2(), true, 0.005, 1.0); }
+BENCHMARK(BM_PolyCompN14Plain);
+BENCHMARK(BM_PolyCompN14Avx2);
+BENCHMARK(BM_PolyCompN28Plain);
+BENCHMARK(BM_PolyCompN28Avx2);
 
 }  // namespace
