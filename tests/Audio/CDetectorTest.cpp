@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -18,8 +18,6 @@
 #include "Audio/CAudioProcessTerminalBase.h"
 #include "Audio/Processes/CDetectorRegistration.h"
 #include "Audio/Processes/CLevelerKernel.h"
-#include "Audio/Processes/CModAbs.h"
-#include "Audio/Processes/CModLeveler.h"
 #include "Audio/Processes/CModRMS.h"
 #include "tests/Support/CTestGraph.h"
 
@@ -39,11 +37,7 @@ Signal noise(size_t n, uint32_t seed, double lo = 0.0, double hi = 1.0) {
     return v;
 }
 
-uint64_t bitsOf(double v) {
-    uint64_t b;
-    std::memcpy(&b, &v, sizeof b);
-    return b;
-}
+uint64_t bitsOf(double v) { return std::bit_cast<uint64_t>(v); }
 
 bool close(double got, double want) {
     return std::abs(got - want) <= 1e-12 * std::max(1.0, std::abs(want));
@@ -128,6 +122,7 @@ double rmsCoeff(double freq, double rate) {
 class CDetectorTest : public ::testing::Test {
 protected:
     void SetUp() override {
+        ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
         m_shared = CObject::newRoot();
         CObject::setSharedRoot(m_shared);
         m_defs = CObject::newRoot();
@@ -178,7 +173,26 @@ protected:
         return dynamic_cast<CAudioProcessTerminalBase*>(
             static_cast<CAudioProcess*>(m_runner->m_root)->childProcess(CString(name)));
     }
-    std::vector<int32_t> groupsOf(size_t n, int32_t g = 0) { return std::vector<int32_t>(n, g); }
+    std::vector<int32_t> groupsOf(size_t n) { return std::vector<int32_t>(n, 0); }
+    // Runs the signals, all in one group, in blocks of the given sizes; each output joined up.
+    Channels runBlocks(const Channels& x, std::initializer_list<int32_t> sizes) {
+        Channels heard(x.size());
+        size_t pos = 0;
+        for (const int32_t n : sizes) {
+            Channels in;
+            for (const Signal& s : x) in.emplace_back(s.begin() + pos, s.begin() + pos + n);
+            auto out = m_runner->run(in, groupsOf(x.size()), n);
+            for (size_t c = 0; c < x.size(); ++c) heard[c].insert(heard[c].end(), out[int32_t(c)].begin(), out[int32_t(c)].end());
+            pos += n;
+        }
+        return heard;
+    }
+    std::vector<const CLevelerKernel*> builds() const {
+        std::vector<const CLevelerKernel*> b{&CLevelerKernel::plain()};
+        if (CLevelerKernel::avx2()) b.push_back(CLevelerKernel::avx2());
+        else std::printf("no AVX2+FMA here: only the plain build is checked\n");
+        return b;
+    }
 
     CObject* m_shared = nullptr;
     CObject* m_defs = nullptr;
@@ -186,13 +200,6 @@ protected:
 };
 
 }  // namespace
-
-TEST_F(CDetectorTest, TagsMakeTheirDefinitions) {
-    EXPECT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
-    EXPECT_NE(dynamic_cast<CModAbsDef*>(buildDef(m_defs, {"audio:modAbs", "a", {}, {}})), nullptr);
-    EXPECT_NE(dynamic_cast<CModLevelerDef*>(buildDef(m_defs, {"audio:modLeveler", "l", {}, {}})), nullptr);
-    EXPECT_NE(dynamic_cast<CModRMSDef*>(buildDef(m_defs, {"audio:modRMS", "r", {}, {}})), nullptr);
-}
 
 // Only the sign bit goes: -0.0 becomes +0.0, a NaN keeps its payload, infinities and the
 // smallest numbers keep their magnitude. Both builds and the node agree bit for bit.
@@ -209,9 +216,7 @@ TEST_F(CDetectorTest, AbsClearsOnlyTheSignBit) {
     auto& g = start({"audio:process-def", "main", {{"is-auto-links", "true"}}, {{"audio:modAbs", "abs", {}, {}}}});
     auto out = g.run({in, in}, {0, 1}, n);
     ASSERT_EQ(out.size(), 2u);
-    std::vector<const CLevelerKernel*> builds{&CLevelerKernel::plain()};
-    if (CLevelerKernel::avx2()) builds.push_back(CLevelerKernel::avx2());
-    for (const CLevelerKernel* k : builds) {
+    for (const CLevelerKernel* k : builds()) {
         Signal direct(n + 1, 42.0);
         k->magnitude(direct.data(), in.data(), n);
         EXPECT_EQ(direct[n], 42.0) << k->name;  // nothing written past the end
@@ -222,10 +227,10 @@ TEST_F(CDetectorTest, AbsClearsOnlyTheSignBit) {
     }
 }
 
-// Every kernel of both builds on the same magnitudes, over several channel counts and lengths
-// around the chunk size: each matches its element-wise formula, the builds agree within 1e-12,
-// nothing is written past `count`, and the output may be one of the inputs.
-TEST(CLevelerKernel, BuildsAgreeAndMatchTheFormulas) {
+// Every kernel of both builds on the same magnitudes, on one and three channels, empty, short,
+// one chunk and a chunk and a tail: each matches its element-wise formula, the builds agree
+// within 1e-12, nothing is written past `count`, and the output may be one of the inputs.
+TEST_F(CDetectorTest, LevelerKernelBuildsAgreeAndMatchTheFormulas) {
     enum { kMax, kMin, kSum, kSumSquares, kMix, kMixFromSquare, kSquare, kSqrt, kKernels };
     auto call = [](const CLevelerKernel& k, int id, double* d, const std::vector<const double*>& p, const double* b,
                    int32_t n) {
@@ -250,18 +255,15 @@ TEST(CLevelerKernel, BuildsAgreeAndMatchTheFormulas) {
                                 std::sqrt(v)};
         return table[id];
     };
-    std::vector<const CLevelerKernel*> builds{&CLevelerKernel::plain()};
-    if (CLevelerKernel::avx2()) builds.push_back(CLevelerKernel::avx2());
-    else std::printf("no AVX2+FMA here: only the plain build is checked\n");
-    for (int32_t channels : {1, 2, 3, 5}) {
-        for (int32_t n : {0, 1, 3, 63, 64, 65, 130, 512}) {
+    for (int32_t channels : {1, 3}) {
+        for (int32_t n : {0, 3, 64, 130}) {
             Channels x;
             for (int32_t c = 0; c < channels; ++c) x.push_back(noise(n, 10 + c));
             const Signal b = noise(n, 99);
             for (int id = 0; id < kKernels; ++id) {
                 SCOPED_TRACE(testing::Message() << "kernel " << id << " channels=" << channels << " n=" << n);
                 std::vector<Signal> results;
-                for (const CLevelerKernel* k : builds) {
+                for (const CLevelerKernel* k : builds()) {
                     Channels in = x;  // the last input is overwritten by the in-place run below
                     std::vector<const double*> p;
                     for (const Signal& s : in) p.push_back(s.data());
@@ -280,25 +282,24 @@ TEST(CLevelerKernel, BuildsAgreeAndMatchTheFormulas) {
     }
 }
 
-// All 72 combinations of the five settings on two and three channels, against the reference:
+// Every fifth of the 72 combinations of the five settings (each value of every setting, partial
+// and full mixes and linkings together), on two and three channels, against the reference:
 // values, the number of outputs and their channel indices.
-TEST_F(CDetectorTest, LevelerEveryModeCombinationMatchesTheReference) {
+TEST_F(CDetectorTest, LevelerModeCombinationsMatchTheReference) {
     const int32_t len = 130;
-    for (int channels : {2, 3}) {
-        Channels x;
-        for (int c = 0; c < channels; ++c) x.push_back(noise(len, 20 + c));
-        for (int combo = 0; combo < 72; ++combo) {
-            const double mixes[] = {0.0, 0.3, 1.0}, linkings[] = {0.0, 0.6, 1.0};
-            const SLeveler s{combo % 2, mixes[combo / 2 % 3], linkings[combo / 6 % 3], combo / 18 % 2, combo / 36};
-            SCOPED_TRACE(testing::Message() << "channels=" << channels << " mode=" << s.mode << " mix=" << s.mix
-                                            << " linking=" << s.linking << " avg=" << s.avg << " out=" << s.out);
-            const Channels want = levelerReference(x, s);
-            auto out = startLeveler(s).run(x, groupsOf(channels), len);
-            ASSERT_EQ(out.size(), want.size());
-            for (size_t c = 0; c < want.size(); ++c) {
-                ASSERT_EQ(out.count(int32_t(c)), 1u);
-                for (int32_t i = 0; i < len; ++i) ASSERT_TRUE(close(out[c][i], want[c][i])) << i;
-            }
+    const Channels x3{noise(len, 20), noise(len, 21), noise(len, 22)};
+    for (int combo = 0; combo < 72; combo += 5) {
+        const double mixes[] = {0.0, 0.3, 1.0}, linkings[] = {0.0, 0.6, 1.0};
+        const SLeveler s{combo % 2, mixes[combo / 2 % 3], linkings[combo / 6 % 3], combo / 18 % 2, combo / 36};
+        const Channels x(x3.begin(), x3.begin() + 2 + combo / 5 % 2);
+        SCOPED_TRACE(testing::Message() << "channels=" << x.size() << " mode=" << s.mode << " mix=" << s.mix
+                                        << " linking=" << s.linking << " avg=" << s.avg << " out=" << s.out);
+        const Channels want = levelerReference(x, s);
+        auto out = startLeveler(s).run(x, groupsOf(x.size()), len);
+        ASSERT_EQ(out.size(), want.size());
+        for (size_t c = 0; c < want.size(); ++c) {
+            ASSERT_EQ(out.count(int32_t(c)), 1u);
+            for (int32_t i = 0; i < len; ++i) ASSERT_TRUE(close(out[c][i], want[c][i])) << i;
         }
     }
 }
@@ -412,10 +413,9 @@ TEST_F(CDetectorTest, LevelerValuesAfterAReconnection) {
     EXPECT_EQ(g.run(x, groupsOf(2), len), (std::map<int32_t, Signal>{{0, levelerReference(x, {0, 0.0, 1.0, 0, 0})[0]}}));
     g.m_host.set("main.lev.linking", 0.75);
     const Channels want = levelerReference(x, {0, 0.0, 0.75, 0, 0});
-    auto out = g.run(x, groupsOf(2), len);
+    const auto out = g.run(x, groupsOf(2), len);
     ASSERT_EQ(out.size(), 2u);
-    for (int c = 0; c < 2; ++c)
-        for (int32_t i = 0; i < len; ++i) EXPECT_TRUE(close(out[c][i], want[c][i])) << c << " " << i;
+    for (int32_t i = 0; i < 2 * len; ++i) EXPECT_TRUE(close(out.at(i / len)[i % len], want[i / len][i % len])) << i;
 }
 
 // The smoother: the coefficient puts the -3 dB point of the one-pole filter at `freq`; both
@@ -423,42 +423,31 @@ TEST_F(CDetectorTest, LevelerValuesAfterAReconnection) {
 // reset starts them from zero; silence settles at exactly the floor.
 TEST_F(CDetectorTest, RMSFollowsItsRecursionAcrossBlocks) {
     // |H(w)|^2 = c^2 / (1 - 2 (1 - c) cos w + (1 - c)^2) for H(z) = c / (1 - (1 - c) / z).
-    for (const auto& [freq, rate] : {std::pair{4000.0, 48000.0}, {100.0, 48000.0}, {21000.0, 44100.0}, {1.0, 44100.0}}) {
+    for (const auto& [freq, rate] : {std::pair{4000.0, 48000.0}, {21000.0, 44100.0}, {1.0, 44100.0}}) {
         auto& g = startRMS(freq, 0, false);
         g.run({Signal(4, 0.0)}, {0}, 4, rate);
-        auto* module = static_cast<CModRMSModule*>(terminal("rms")->slotModule(0));
+        auto* module = dynamic_cast<CModRMSModule*>(terminal("rms")->slotModule(0));
+        ASSERT_NE(module, nullptr) << "the tag makes the smoother";
         const double c = module->coeff();
         const double w = 2.0 * std::numbers::pi * freq / rate;
         const double power = c * c / (1.0 - 2.0 * (1.0 - c) * std::cos(w) + (1.0 - c) * (1.0 - c));
         EXPECT_NEAR(power, 0.5, 1e-9) << freq << " Hz at " << rate;
-        EXPECT_GT(c, 0.0);
-        EXPECT_LT(c, 1.0);
+        EXPECT_TRUE(c > 0.0 && c < 1.0) << c;
     }
 
     for (int type : {0, 1}) {
         SCOPED_TRACE(testing::Message() << "type " << type);
         auto& g = startRMS(4000.0, type, true);
-        const Signal x = noise(700, 50, -1.0, 1.0);
-        const Signal y = noise(700, 51, -1.0, 1.0);
-        Signal heardX, heardY;
-        size_t pos = 0;
-        for (int32_t n : {1, 64, 0, 3, 200, 432}) {
-            auto out = g.run({Signal(x.begin() + pos, x.begin() + pos + n), Signal(y.begin() + pos, y.begin() + pos + n)},
-                             {0, 0}, n);
-            pos += n;
-            if (n == 0) continue;
-            heardX.insert(heardX.end(), out[0].begin(), out[0].end());
-            heardY.insert(heardY.end(), out[1].begin(), out[1].end());
-        }
-        auto* module = static_cast<CModRMSModule*>(terminal("rms")->slotModule(0));
+        const Signal x = noise(700, 50, -1.0, 1.0), y = noise(700, 51, -1.0, 1.0);
+        const Channels heard = runBlocks({x, y}, {1, 64, 0, 3, 200, 432});
+        auto* module = dynamic_cast<CModRMSModule*>(terminal("rms")->slotModule(0));
+        ASSERT_NE(module, nullptr);
         EXPECT_EQ(module->isTwoPole(), type == 1);
         const double c = rmsCoeff(4000.0, 48000.0);
         EXPECT_DOUBLE_EQ(module->coeff(), c);
         const Signal wantX = rmsReference(x, c, type == 1), wantY = rmsReference(y, c, type == 1);
-        for (size_t i = 0; i < x.size(); ++i) {
-            ASSERT_TRUE(close(heardX[i], wantX[i])) << i;
-            ASSERT_TRUE(close(heardY[i], wantY[i])) << i;
-        }
+        ASSERT_EQ(heard[0].size(), x.size());
+        for (size_t i = 0; i < x.size(); ++i) ASSERT_TRUE(close(heard[0][i], wantX[i]) && close(heard[1][i], wantY[i])) << i;
 
         // After a reset the accumulators start again from zero.
         g.m_root->resetState();
@@ -468,27 +457,20 @@ TEST_F(CDetectorTest, RMSFollowsItsRecursionAcrossBlocks) {
         // A long silence: the level settles at exactly the floor, never below it.
         for (int b = 0; b < 40; ++b) g.run({Signal(512, 0.0), Signal(512, 0.0)}, {0, 0}, 512);
         auto quiet = g.run({Signal(512, 0.0), Signal(512, 0.0)}, {0, 0}, 512);
-        for (int32_t i = 0; i < 512; ++i) {
-            ASSERT_EQ(quiet[0][i], 1e-15) << i;
-            ASSERT_EQ(quiet[1][i], 1e-15) << i;
-        }
+        EXPECT_EQ(quiet, (std::map<int32_t, Signal>{{0, Signal(512, 1e-15)}, {1, Signal(512, 1e-15)}}));
 
         // A change of freq crossfades to an instance that starts from zero with the new
         // coefficient: once the fade is over, the recursion from zero at the change is heard.
         const Signal z = noise(1024, 52, -1.0, 1.0);
         g.m_host.set("main.rms.freq", 1000.0);
-        Signal heard;
-        for (int b = 0; b < 4; ++b) {
-            auto out = g.run({Signal(z.begin() + b * 256, z.begin() + (b + 1) * 256), Signal(256, 0.0)}, {0, 0}, 256);
-            heard.insert(heard.end(), out[0].begin(), out[0].end());
-        }
+        const Signal faded = runBlocks({z, Signal(1024, 0.0)}, {256, 256, 256, 256})[0];
         const Signal wantZ = rmsReference(z, rmsCoeff(1000.0, 48000.0), type == 1);
         const int32_t fade = terminal("rms")->crossfadeSamples();
         ASSERT_LT(fade, 1024);
         // The fade starts from the outgoing instance, which runs on with the old coefficient
         // from its settled state.
-        EXPECT_TRUE(close(heard[0], rmsReference(z, c, type == 1)[0]));
-        for (int32_t i = fade; i < 1024; ++i) ASSERT_TRUE(close(heard[i], wantZ[i])) << i;
+        EXPECT_TRUE(close(faded[0], rmsReference(z, c, type == 1)[0]));
+        for (int32_t i = fade; i < 1024; ++i) ASSERT_TRUE(close(faded[i], wantZ[i])) << i;
     }
 }
 
