@@ -7,7 +7,7 @@
 #include "Audio/CAudioProcessDef.h"
 #include "Audio/CAudioProcessStack.h"
 #include "Audio/CAudioProcessTerminalBase.h"
-#include "tests/Support/CTestGraph.h"
+#include "tests/Support/CGraphTest.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -29,36 +29,9 @@ CDefNode gain(const char* name, const char* g, std::vector<std::pair<std::string
     return n;
 }
 
-class CAudioProcessTest : public ::testing::Test {
+class CAudioProcessTest : public CGraphTest {
 protected:
-    void SetUp() override {
-        m_shared = CObject::newRoot();
-        CObject::setSharedRoot(m_shared);
-        m_defs = CObject::newRoot();
-    }
-    void TearDown() override {
-        m_runner.reset();
-        m_defs->destroy();
-        CObject::setSharedRoot(nullptr);
-        m_shared->destroy();
-    }
-    // Parameters go into the host before start, as the collector has them before the graph.
-    CTestParamHost& host() {
-        if (!m_runner) m_runner = std::make_unique<CTestGraphRunner>();
-        return m_runner->m_host;
-    }
-    CTestGraphRunner& start(const CDefNode& root) {
-        host();
-        auto* def = dynamic_cast<CAudioProcessDefBase*>(buildDef(m_defs, root));
-        EXPECT_NE(def, nullptr);
-        m_runner->start(def);
-        return *m_runner;
-    }
     std::vector<double> ones(int32_t n, double v = 1.0) { return std::vector<double>(n, v); }
-
-    CObject* m_shared = nullptr;
-    CObject* m_defs = nullptr;
-    std::unique_ptr<CTestGraphRunner> m_runner;
 };
 
 }  // namespace
@@ -210,9 +183,7 @@ TEST_F(CAudioProcessTest, SmoothChangesCrossfadeOverTheRaisedCosine) {
         ASSERT_NE(terminal, nullptr);
         EXPECT_FALSE(terminal->isSlotFading(0));
         EXPECT_EQ(terminal->spareCount(), 1);
-        m_runner.reset();
-        m_defs->destroy();  // the next "main" must not become "main#1"
-        m_defs = CObject::newRoot();
+        fresh();  // the next "main" must not become "main#1"
     }
 }
 
@@ -310,9 +281,7 @@ TEST_F(CAudioProcessTest, CompensatedGainInputsStartFromTheirFirstSample) {
         auto out = g.run({ones(6, 0.75)}, {0}, 6)[0];
         const double early = std::string(compInput) == "true" ? 0.75 : 0.0;
         EXPECT_EQ(out, (std::vector<double>{early, early, early, early, 1.5, 1.5})) << compInput;
-        m_runner.reset();
-        m_defs->destroy();
-        m_defs = CObject::newRoot();
+        fresh();
     }
 }
 

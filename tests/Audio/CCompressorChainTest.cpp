@@ -12,7 +12,7 @@
 #include "Audio/Processes/CModPolyComp2Module.h"
 #include "Audio/Processes/CModRMSModule.h"
 #include "Audio/Processes/CModPolyComp2Def.h"
-#include "tests/Support/CTestGraph.h"
+#include "tests/Support/CGraphTest.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -75,112 +75,94 @@ CDefNode alloc(const char* param, int index) {
     return CDefNode{"audio:param-alloc", "a", {{"param-name", param}, {"index", std::to_string(index)}}, {}};
 }
 
+class CCompressorChain : public CGraphTest {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
+        ASSERT_TRUE(CModPolyComp2Def::ensureCreatorsRegistered());
+        CGraphTest::SetUp();
+    }
+};
+
 }  // namespace
 
-TEST(CCompressorChain, StereoSineBurstMatchesTheReferenceGainReduction) {
-    CDetectorRegistration::ensureCreatorsRegistered();
-    CModPolyComp2Def::ensureCreatorsRegistered();
-    CObject* shared = CObject::newRoot();
-    CObject::setSharedRoot(shared);
-    CObject* defs = CObject::newRoot();
-    {
-        CTestGraphRunner g;
-        const double sr = 48000.0;
-        auto& h = g.m_host;
-        h.add("main.rms.freq", 8, 1, 4000.0);
-        h.add("main.comp.attack", 8, 1, 0.02);
-        h.add("main.comp.inertia", 8, 1, 0.5);
-        h.add("main.comp.threshold", 8, 1, -20.0);
-        h.add("main.comp.ratio", 8, 1, 0.5);
-        h.add("main.comp.knee", 8, 1, 6.0);
-        h.add("main.comp.auto-gain", 8, 1, 0.0);
-        CDefNode def{"audio:process-def",
-                     "main",
-                     {{"is-auto-links", "true"}},
-                     {CDefNode{"audio:modAbs", "abs", {}, {}},
-                      CDefNode{"audio:modLeveler", "level", {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}}, {}},
-                      CDefNode{"audio:modRMS", "rms", {}, {alloc("freq", 0)}},
-                      CDefNode{"audio:modPolyComp2",
-                               "comp",
-                               {},
-                               {alloc("attack", 0), alloc("inertia", 1), alloc("threshold", 2), alloc("ratio", 3),
-                                alloc("knee", 4), alloc("auto-gain", 5)}}}};
-        auto* root = dynamic_cast<CAudioProcessDefBase*>(buildDef(defs, def));
-        ASSERT_NE(root, nullptr);
-        g.start(root);
+TEST_F(CCompressorChain, StereoSineBurstMatchesTheReferenceGainReduction) {
+    const double sr = 48000.0;
+    auto& h = host();
+    h.add("main.rms.freq", 8, 1, 4000.0);
+    h.add("main.comp.attack", 8, 1, 0.02);
+    h.add("main.comp.inertia", 8, 1, 0.5);
+    h.add("main.comp.threshold", 8, 1, -20.0);
+    h.add("main.comp.ratio", 8, 1, 0.5);
+    h.add("main.comp.knee", 8, 1, 6.0);
+    h.add("main.comp.auto-gain", 8, 1, 0.0);
+    CDefNode def{"audio:process-def",
+                 "main",
+                 {{"is-auto-links", "true"}},
+                 {CDefNode{"audio:modAbs", "abs", {}, {}},
+                  CDefNode{"audio:modLeveler", "level", {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}}, {}},
+                  CDefNode{"audio:modRMS", "rms", {}, {alloc("freq", 0)}},
+                  CDefNode{"audio:modPolyComp2",
+                           "comp",
+                           {},
+                           {alloc("attack", 0), alloc("inertia", 1), alloc("threshold", 2), alloc("ratio", 3),
+                            alloc("knee", 4), alloc("auto-gain", 5)}}}};
+    CTestGraphRunner& g = start(def);
 
-        CReferenceChain ref(sr, 4000.0, 0.02, 0.5, -20.0, 0.5, 6.0);
-        double maxReductionDb = 0.0, worst = 0.0;
-        for (int block = 0; block < 60; ++block) {  // 0.4 s of burst, then silence
-            std::vector<double> left(512), right(512);
-            for (int i = 0; i < 512; ++i) {
-                const int n = block * 512 + i;
-                const bool on = n < 19200;
-                left[i] = on ? 0.5 * std::sin(2.0 * kPi * 1000.0 * n / sr) : 0.0;
-                right[i] = on ? 0.3 * std::sin(2.0 * kPi * 1000.0 * n / sr + 1.0) : 0.0;
-            }
-            auto out = g.run({left, right}, {0, 0}, 512, sr);
-            ASSERT_EQ(out.size(), 1u);  // full linking: one gain channel for the group
-            for (int i = 0; i < 512; ++i) {
-                const double expected = ref.step(left[i], right[i]);
-                const double heardDb = 20.0 * std::log10(out[0][i]);
-                const double expectedDb = 20.0 * std::log10(expected);
-                worst = std::max(worst, std::fabs(heardDb - expectedDb));
-                maxReductionDb = std::min(maxReductionDb, heardDb);
-            }
+    CReferenceChain ref(sr, 4000.0, 0.02, 0.5, -20.0, 0.5, 6.0);
+    double maxReductionDb = 0.0, worst = 0.0;
+    for (int block = 0; block < 60; ++block) {  // 0.4 s of burst, then silence
+        std::vector<double> left(512), right(512);
+        for (int i = 0; i < 512; ++i) {
+            const int n = block * 512 + i;
+            const bool on = n < 19200;
+            left[i] = on ? 0.5 * std::sin(2.0 * kPi * 1000.0 * n / sr) : 0.0;
+            right[i] = on ? 0.3 * std::sin(2.0 * kPi * 1000.0 * n / sr + 1.0) : 0.0;
         }
-        EXPECT_LT(worst, 1e-9);
-        // A level around -8 dBFS over a -20 dB threshold compresses audibly.
-        EXPECT_LT(maxReductionDb, -3.0);
+        auto out = g.run({left, right}, {0, 0}, 512, sr);
+        ASSERT_EQ(out.size(), 1u);  // full linking: one gain channel for the group
+        for (int i = 0; i < 512; ++i) {
+            const double expected = ref.step(left[i], right[i]);
+            const double heardDb = 20.0 * std::log10(out[0][i]);
+            const double expectedDb = 20.0 * std::log10(expected);
+            worst = std::max(worst, std::fabs(heardDb - expectedDb));
+            maxReductionDb = std::min(maxReductionDb, heardDb);
+        }
     }
-    defs->destroy();
-    CObject::setSharedRoot(nullptr);
-    shared->destroy();
+    EXPECT_LT(worst, 1e-9);
+    // A level around -8 dBFS over a -20 dB threshold compresses audibly.
+    EXPECT_LT(maxReductionDb, -3.0);
 }
 
 // After a burst, a long silence must not leave subnormal numbers in any state, even with
 // flush-to-zero off (as it is here): the code must not rely on the processor for speed.
-TEST(CCompressorChain, LongSilenceLeavesNoSubnormalState) {
-    CDetectorRegistration::ensureCreatorsRegistered();
-    CModPolyComp2Def::ensureCreatorsRegistered();
-    CObject* shared = CObject::newRoot();
-    CObject::setSharedRoot(shared);
-    CObject* defs = CObject::newRoot();
-    {
-        CTestGraphRunner g;
-        g.m_host.add("main.rms.freq", 8, 1, 100.0);  // a slow decay passes block ends while tiny
-        g.m_host.add("main.rms.type", 8, 1, 1.0);
-        CDefNode def{"audio:process-def",
-                     "main",
-                     {{"is-auto-links", "true"}},
-                     {CDefNode{"audio:modAbs", "abs", {}, {}},
-                      CDefNode{"audio:modRMS", "rms", {}, {alloc("freq", 0), alloc("type", 1)}},
-                      CDefNode{"audio:modPolyComp2", "comp", {}, {}}}};
-        auto* root = dynamic_cast<CAudioProcessDefBase*>(buildDef(defs, def));
-        ASSERT_NE(root, nullptr);
-        g.start(root);
-        std::vector<double> burst(512), silence(512, 0.0);
-        for (int i = 0; i < 512; ++i) burst[i] = 0.9 * std::sin(0.3 * i);
-        for (int b = 0; b < 20; ++b) g.run({burst}, {0}, 512, 44100.0);
-        auto* main = static_cast<CAudioProcess*>(g.m_root);
-        auto* rms = dynamic_cast<CAudioProcessTerminalBase*>(main->childProcess(CString("rms")));
-        auto* comp = dynamic_cast<CAudioProcessTerminalBase*>(main->childProcess(CString("comp")));
-        ASSERT_TRUE(rms && comp);
-        const auto* rmsModule = static_cast<const CModRMSModule*>(rms->slotModule(0));
-        const CPolyCompState& st = static_cast<const CModPolyComp2Module*>(comp->slotModule(0))->state();
-        std::vector<double> last;
-        int subnormals = 0;
-        for (int b = 0; b < 400; ++b) {
-            last = g.run({silence}, {0}, 512, 44100.0)[0];
-            for (int i = 0; i < 2; ++i) subnormals += std::fpclassify(rmsModule->accumulator(i)) == FP_SUBNORMAL;
-            for (int i = 0; i < st.stageCount; ++i) subnormals += std::fpclassify(st.stage[i]) == FP_SUBNORMAL;
-            subnormals += std::fpclassify(st.outGainSmooth) == FP_SUBNORMAL;
-        }
-        EXPECT_EQ(subnormals, 0);
-        for (int i = 0; i < 2; ++i) EXPECT_EQ(rmsModule->accumulator(i), 0.0);
-        for (double v : last) EXPECT_EQ(std::fpclassify(v), FP_NORMAL);
+TEST_F(CCompressorChain, LongSilenceLeavesNoSubnormalState) {
+    host().add("main.rms.freq", 8, 1, 100.0);  // a slow decay passes block ends while tiny
+    host().add("main.rms.type", 8, 1, 1.0);
+    CDefNode def{"audio:process-def",
+                 "main",
+                 {{"is-auto-links", "true"}},
+                 {CDefNode{"audio:modAbs", "abs", {}, {}},
+                  CDefNode{"audio:modRMS", "rms", {}, {alloc("freq", 0), alloc("type", 1)}},
+                  CDefNode{"audio:modPolyComp2", "comp", {}, {}}}};
+    CTestGraphRunner& g = start(def);
+    std::vector<double> burst(512), silence(512, 0.0);
+    for (int i = 0; i < 512; ++i) burst[i] = 0.9 * std::sin(0.3 * i);
+    for (int b = 0; b < 20; ++b) g.run({burst}, {0}, 512, 44100.0);
+    auto* rms = terminal("rms");
+    auto* comp = terminal("comp");
+    ASSERT_TRUE(rms && comp);
+    const auto* rmsModule = static_cast<const CModRMSModule*>(rms->slotModule(0));
+    const CPolyCompState& st = static_cast<const CModPolyComp2Module*>(comp->slotModule(0))->state();
+    std::vector<double> last;
+    int subnormals = 0;
+    for (int b = 0; b < 400; ++b) {
+        last = g.run({silence}, {0}, 512, 44100.0)[0];
+        for (int i = 0; i < 2; ++i) subnormals += std::fpclassify(rmsModule->accumulator(i)) == FP_SUBNORMAL;
+        for (int i = 0; i < st.stageCount; ++i) subnormals += std::fpclassify(st.stage[i]) == FP_SUBNORMAL;
+        subnormals += std::fpclassify(st.outGainSmooth) == FP_SUBNORMAL;
     }
-    defs->destroy();
-    CObject::setSharedRoot(nullptr);
-    shared->destroy();
+    EXPECT_EQ(subnormals, 0);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(rmsModule->accumulator(i), 0.0);
+    for (double v : last) EXPECT_EQ(std::fpclassify(v), FP_NORMAL);
 }

@@ -19,7 +19,7 @@
 #include "Audio/Processes/CDetectorRegistration.h"
 #include "Audio/Processes/CLevelerKernel.h"
 #include "Audio/Processes/CModRMS.h"
-#include "tests/Support/CTestGraph.h"
+#include "tests/Support/CGraphTest.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -119,33 +119,11 @@ double rmsCoeff(double freq, double rate) {
     return 1.0 - t + std::sqrt(t * t - 1.0);
 }
 
-class CDetectorTest : public ::testing::Test {
+class CDetectorTest : public CGraphTest {
 protected:
     void SetUp() override {
         ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
-        m_shared = CObject::newRoot();
-        CObject::setSharedRoot(m_shared);
-        m_defs = CObject::newRoot();
-    }
-    void TearDown() override {
-        m_runner.reset();
-        m_defs->destroy();
-        CObject::setSharedRoot(nullptr);
-        m_shared->destroy();
-    }
-    // A fresh runner and definition tree, so that the next "main" keeps its name.
-    CTestParamHost& fresh() {
-        m_runner.reset();
-        m_defs->destroy();
-        m_defs = CObject::newRoot();
-        m_runner = std::make_unique<CTestGraphRunner>();
-        return m_runner->m_host;
-    }
-    CTestGraphRunner& start(const CDefNode& root) {
-        auto* def = dynamic_cast<CAudioProcessDefBase*>(buildDef(m_defs, root));
-        EXPECT_NE(def, nullptr);
-        m_runner->start(def);
-        return *m_runner;
+        CGraphTest::SetUp();
     }
     void addLevelerParams(CTestParamHost& host, const std::string& prefix, const SLeveler& s) {
         const double values[] = {double(s.mode), s.mix, s.linking, double(s.avg), double(s.out)};
@@ -169,10 +147,6 @@ protected:
         if (smooth) rms.attrs.push_back({"is-smooth-update", "true"});
         return start({"audio:process-def", "main", {{"is-auto-links", "true"}}, {rms}});
     }
-    CAudioProcessTerminalBase* terminal(const char* name) const {
-        return dynamic_cast<CAudioProcessTerminalBase*>(
-            static_cast<CAudioProcess*>(m_runner->m_root)->childProcess(CString(name)));
-    }
     std::vector<int32_t> groupsOf(size_t n) { return std::vector<int32_t>(n, 0); }
     // Runs the signals, all in one group, in blocks of the given sizes; each output joined up.
     Channels runBlocks(const Channels& x, std::initializer_list<int32_t> sizes) {
@@ -193,10 +167,6 @@ protected:
         else std::printf("no AVX2+FMA here: only the plain build is checked\n");
         return b;
     }
-
-    CObject* m_shared = nullptr;
-    CObject* m_defs = nullptr;
-    std::unique_ptr<CTestGraphRunner> m_runner;
 };
 
 }  // namespace

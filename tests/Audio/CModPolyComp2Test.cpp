@@ -16,7 +16,7 @@
 #include "Audio/Processes/CPolyCompKernels.h"
 #include "Audio/Processes/CPolyCompMath.h"
 #include "Audio/Processes/CPolyCompState.h"
-#include "tests/Support/CTestGraph.h"
+#include "tests/Support/CGraphTest.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -515,23 +515,12 @@ TEST(CModPolyComp2Module, SilenceReleasesOnTheSlowestTimeConstant) {
 
 // ---- In the graph ----
 
-class CModPolyComp2GraphTest : public ::testing::Test {
+class CModPolyComp2GraphTest : public CGraphTest {
 protected:
     void SetUp() override {
         ASSERT_TRUE(CModPolyComp2Def::ensureCreatorsRegistered());
-        m_shared = CObject::newRoot();
-        CObject::setSharedRoot(m_shared);
-        m_defs = CObject::newRoot();
+        CGraphTest::SetUp();
     }
-    void TearDown() override {
-        m_runner.reset();
-        m_defs->destroy();
-        CObject::setSharedRoot(nullptr);
-        m_shared->destroy();
-    }
-    CObject* m_shared = nullptr;
-    CObject* m_defs = nullptr;
-    std::unique_ptr<CTestGraphRunner> m_runner;
 };
 
 TEST_F(CModPolyComp2GraphTest, RunsPerChannelWithBoundParametersAndUpdatesOnTheRunningRoad) {

@@ -12,7 +12,7 @@
 #include "Audio/Processes/CDetectorRegistration.h"
 #include "Audio/Processes/CModPolyComp2Def.h"
 #include "tests/RealTime/CAllocationCounter.h"
-#include "tests/Support/CTestGraph.h"
+#include "tests/Support/CGraphTest.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -33,12 +33,22 @@ TEST(CAllocationCounter, SeesAllocations) {
     }
 }
 
+namespace {
+
+class CGraphAllocation : public CGraphTest {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
+        ASSERT_TRUE(CModPolyComp2Def::ensureCreatorsRegistered());
+        CGraphTest::SetUp();
+    }
+};
+
+}  // namespace
+
 // A warm graph with smooth and direct parameter changes, crossfades, latency compensation,
 // combiners and a stack runs 10,000 blocks without touching the general heap.
-TEST(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
-    CObject* shared = CObject::newRoot();
-    CObject::setSharedRoot(shared);
-    CObject* defs = CObject::newRoot();
+TEST_F(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
     const char* xfade = "0.002";
     auto alloc = [](const char* name, const char* smooth) {
         return CDefNode{"audio:param-alloc", "alloc", {{"param-name", name}, {"index", "0"}, {"is-smooth-update", smooth}}, {}};
@@ -61,13 +71,10 @@ TEST(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
                    CDefNode{"audio:process-link", "l", {{"src", "late"}, {"dst", "sum"}}, {}},
                    CDefNode{"audio:process-link", "l", {{"src", "sum"}, {"dst", "st"}}, {}},
                    CDefNode{"audio:process-link", "l", {{"src", "st"}, {"dst", "*"}}, {}}}};
-    auto runner = std::make_unique<CTestGraphRunner>();
-    runner->m_host.add("main.smooth.g", 8, 1, 1.0);
-    runner->m_host.add("main.direct.g", 8, 1, 1.0);
-    runner->m_host.add("main.st.inner.g", 8, 1, 1.0);
-    auto* def = dynamic_cast<CAudioProcessDefBase*>(buildDef(defs, root));
-    ASSERT_NE(def, nullptr);
-    runner->start(def);
+    host().add("main.smooth.g", 8, 1, 1.0);
+    host().add("main.direct.g", 8, 1, 1.0);
+    host().add("main.st.inner.g", 8, 1, 1.0);
+    CTestGraphRunner* runner = &start(root);
 
     std::vector<double> left(512, 0.25), right(512, -0.5);
     const double* inputs[] = {left.data(), right.data()};
@@ -87,25 +94,15 @@ TEST(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
     const int64_t allocations = CAllocationCounter::stop();
     EXPECT_EQ(allocations, 0);
     // The run did fade: the smooth node keeps the module that faded out, one per channel, as spares.
-    auto* smooth = dynamic_cast<CAudioProcessTerminalBase*>(
-        static_cast<CAudioProcess*>(runner->m_root)->childProcess(CString("smooth")));
+    auto* smooth = terminal("smooth");
     ASSERT_NE(smooth, nullptr);
     EXPECT_EQ(smooth->spareCount(), 2);
 
-    runner.reset();
-    defs->destroy();
-    CObject::setSharedRoot(nullptr);
-    shared->destroy();
 }
 
 // The detector chain and the gain computer, with parameter changes on the running road and
 // crossfades of the leveler, also run without the general heap once warm.
-TEST(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
-    CDetectorRegistration::ensureCreatorsRegistered();
-    CModPolyComp2Def::ensureCreatorsRegistered();
-    CObject* shared = CObject::newRoot();
-    CObject::setSharedRoot(shared);
-    CObject* defs = CObject::newRoot();
+TEST_F(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
     auto alloc = [](const char* name, const char* index) {
         return CDefNode{"audio:param-alloc", "a", {{"param-name", name}, {"index", index}}, {}};
     };
@@ -119,12 +116,9 @@ TEST(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
                             {alloc("linking", "2")}},
                    CDefNode{"audio:modRMS", "rms", {}, {}},
                    CDefNode{"audio:modPolyComp2", "comp", {}, {alloc("threshold", "2")}}}};
-    auto runner = std::make_unique<CTestGraphRunner>();
-    runner->m_host.add("main.level.linking", 8, 1, 0.5);
-    runner->m_host.add("main.comp.threshold", 8, 1, -20.0);
-    auto* def = dynamic_cast<CAudioProcessDefBase*>(buildDef(defs, root));
-    ASSERT_NE(def, nullptr);
-    runner->start(def);
+    host().add("main.level.linking", 8, 1, 0.5);
+    host().add("main.comp.threshold", 8, 1, -20.0);
+    CTestGraphRunner* runner = &start(root);
 
     std::vector<double> left(512), right(512);
     for (int i = 0; i < 512; ++i) {
@@ -148,8 +142,4 @@ TEST(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
     for (int32_t i = 600; i < 6600; ++i) block(i);
     EXPECT_EQ(CAllocationCounter::stop(), 0);
 
-    runner.reset();
-    defs->destroy();
-    CObject::setSharedRoot(nullptr);
-    shared->destroy();
 }

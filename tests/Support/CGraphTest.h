@@ -1,0 +1,55 @@
+#pragma once
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "Audio/CAudioProcess.h"
+#include "Audio/CAudioProcessTerminalBase.h"
+#include "tests/Support/CTestGraph.h"
+
+namespace orl::test {
+
+// A test with a shared tree, a tree of definitions and one graph instance made from them.
+// Parameters go into host() before start(), as the collector has them before the graph.
+class CGraphTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_shared = CObject::newRoot();
+        CObject::setSharedRoot(m_shared);
+        m_defs = CObject::newRoot();
+    }
+    void TearDown() override {
+        m_runner.reset();
+        m_defs->destroy();
+        CObject::setSharedRoot(nullptr);
+        m_shared->destroy();
+    }
+    CTestParamHost& host() {
+        if (!m_runner) m_runner = std::make_unique<CTestGraphRunner>();
+        return m_runner->m_host;
+    }
+    // A fresh runner and definition tree, so that the next "main" keeps its name.
+    CTestParamHost& fresh() {
+        m_runner.reset();
+        m_defs->destroy();
+        m_defs = CObject::newRoot();
+        return host();
+    }
+    CTestGraphRunner& start(const CDefNode& root) {
+        host();
+        auto* def = dynamic_cast<CAudioProcessDefBase*>(buildDef(m_defs, root));
+        EXPECT_NE(def, nullptr);
+        if (def) m_runner->start(def);
+        return *m_runner;
+    }
+    CAudioProcess* rootProcess() const { return static_cast<CAudioProcess*>(m_runner->m_root); }
+    CAudioProcessTerminalBase* terminal(const char* name) const {
+        return dynamic_cast<CAudioProcessTerminalBase*>(rootProcess()->childProcess(CString(name)));
+    }
+
+    CObject* m_shared = nullptr;
+    CObject* m_defs = nullptr;
+    std::unique_ptr<CTestGraphRunner> m_runner;
+};
+
+}  // namespace orl::test
