@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Audio/CAudioParamReader.h"
+#include "bench/CBenchParam.h"
 #include "Audio/CSampleBufferPool.h"
 #include "Audio/Processes/CModLevelerModule.h"
 #include "Audio/Processes/CModRMSModule.h"
@@ -13,27 +14,11 @@ using namespace orl;
 namespace {
 
 constexpr int32_t kBlock = 512;
-
-class CFixedParam : public CAudioParamReader {
-public:
-    explicit CFixedParam(double v) : m_value(v) {}
-    bool isSingleGroup() const override { return true; }
-    bool isSingleElement() const override { return true; }
-    int32_t groupCount() const override { return 1; }
-    int32_t elementCount(int32_t) const override { return 1; }
-    double value(int32_t, int32_t) const override { return m_value; }
-    int32_t defaultCount() const override { return 1; }
-    double defaultValue(int32_t) const override { return m_value; }
-
-private:
-    double m_value;
-};
-
 // A module used without a graph: inputs of `channels` magnitudes, parameters fixed.
 template <class Module>
 class CStandalone : public Module {
 public:
-    CStandalone(CSampleBufferPool& pool, std::vector<CAudioChannel>& inputs, std::vector<CFixedParam>& params) {
+    CStandalone(CSampleBufferPool& pool, std::vector<CAudioChannel>& inputs, std::vector<CBenchParam>& params) {
         const CAudioChannel* ptrs[CAudioModule::kMaxInputs];
         for (size_t i = 0; i < inputs.size(); ++i) ptrs[i] = &inputs[i];
         this->attach(nullptr, &pool);
@@ -73,8 +58,8 @@ void BM_Leveler(benchmark::State& state) {
     const double linking = state.range(1) / 100.0;
     CSampleBufferPool pool;
     auto inputs = magnitudes(pool, channels);
-    std::vector<CFixedParam> params{CFixedParam(0), CFixedParam(0), CFixedParam(linking), CFixedParam(0),
-                                    CFixedParam(0)};
+    std::vector<CBenchParam> params{CBenchParam(0), CBenchParam(0), CBenchParam(linking), CBenchParam(0),
+                                    CBenchParam(0)};
     CStandalone<CModLevelerModule> leveler(pool, inputs, params);
     for (auto _ : state) leveler.run();
     state.SetItemsProcessed(state.iterations() * channels * kBlock);  // input samples per second
@@ -85,7 +70,7 @@ BENCHMARK(BM_Leveler)->Args({2, 100})->Args({2, 60})->Args({8, 100})->Args({8, 6
 void BM_RMS(benchmark::State& state) {
     CSampleBufferPool pool;
     auto inputs = magnitudes(pool, 1);
-    std::vector<CFixedParam> params{CFixedParam(4000.0), CFixedParam(static_cast<double>(state.range(0)))};
+    std::vector<CBenchParam> params{CBenchParam(4000.0), CBenchParam(static_cast<double>(state.range(0)))};
     CStandalone<CModRMSModule> rms(pool, inputs, params);
     for (auto _ : state) rms.run();
     state.SetItemsProcessed(state.iterations() * kBlock);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Audio/CAudioParamReader.h"
+#include "bench/CBenchParam.h"
 #include "Audio/Processes/CModPolyComp2Module.h"
 #include "Audio/Processes/CPolyCompKernels.h"
 
@@ -16,23 +17,6 @@ namespace {
 
 constexpr double kRate = 48000.0;
 constexpr int32_t kBlock = 512;
-
-// A parameter with one value, for a module used without a graph.
-class CBenchParam : public CAudioParamReader {
-public:
-    explicit CBenchParam(double v) : m_value(v) {}
-    bool isSingleGroup() const override { return true; }
-    bool isSingleElement() const override { return true; }
-    int32_t groupCount() const override { return 1; }
-    int32_t elementCount(int32_t) const override { return 1; }
-    double value(int32_t, int32_t) const override { return m_value; }
-    int32_t defaultCount() const override { return 1; }
-    double defaultValue(int32_t) const override { return m_value; }
-
-private:
-    double m_value;
-};
-
 // The gain computer with typical settings: attack 10 ms, inertia 50 % (15 stages), threshold
 // -20 dB, 2:1, knee 6 dB, auto gain on, "Fast" attack and "Norm" release.
 class CBenchPolyComp : public CModPolyComp2Module {
