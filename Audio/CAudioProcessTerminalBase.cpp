@@ -180,7 +180,9 @@ void CAudioProcessTerminalBase::startCrossfade(CSlot& slot) {
     slot.fade = m_xfadeSamples;
     slot.elapsed = 0;
     slot.timer = startTimer((slot.hold + slot.fade) / m_sampleRate);
-    for (CRaisedCosine& osc : slot.oscillators) osc.start(slot.fade);
+    // Every output channel fades along the same curve, each with its own oscillator state.
+    slot.oscillators[0].start(slot.fade);
+    for (CRaisedCosine& osc : slot.oscillators) osc = slot.oscillators[0];
 }
 
 void CAudioProcessTerminalBase::endCrossfade(CSlot& slot) {
