@@ -8,10 +8,8 @@
 
 #include "Audio/CAudioProcess.h"
 #include "Audio/CAudioProcessTerminalBase.h"
-#include "Audio/Processes/CDetectorRegistration.h"
 #include "Audio/Processes/CModPolyComp2Module.h"
 #include "Audio/Processes/CModRMSModule.h"
-#include "Audio/Processes/CModPolyComp2Def.h"
 #include "tests/Support/CGraphTest.h"
 
 using namespace orl;
@@ -75,14 +73,7 @@ CDefNode alloc(const char* param, int index) {
     return CDefNode{"audio:param-alloc", "a", {{"param-name", param}, {"index", std::to_string(index)}}, {}};
 }
 
-class CCompressorChain : public CGraphTest {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
-        ASSERT_TRUE(CModPolyComp2Def::ensureCreatorsRegistered());
-        CGraphTest::SetUp();
-    }
-};
+class CCompressorChain : public CGraphTest {};
 
 }  // namespace
 

@@ -16,7 +16,6 @@
 
 #include "Audio/CAudioProcess.h"
 #include "Audio/CAudioProcessTerminalBase.h"
-#include "Audio/Processes/CDetectorRegistration.h"
 #include "Audio/Processes/CLevelerKernel.h"
 #include "Audio/Processes/CModRMS.h"
 #include "tests/Support/CGraphTest.h"
@@ -121,10 +120,6 @@ double rmsCoeff(double freq, double rate) {
 
 class CDetectorTest : public CGraphTest {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
-        CGraphTest::SetUp();
-    }
     void addLevelerParams(CTestParamHost& host, const std::string& prefix, const SLeveler& s) {
         const double values[] = {double(s.mode), s.mix, s.linking, double(s.avg), double(s.out)};
         for (int i = 0; i < 5; ++i) host.add(prefix + kLevelerParams[i], 8, 8, values[i]);

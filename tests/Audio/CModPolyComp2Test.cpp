@@ -515,13 +515,7 @@ TEST(CModPolyComp2Module, SilenceReleasesOnTheSlowestTimeConstant) {
 
 // ---- In the graph ----
 
-class CModPolyComp2GraphTest : public CGraphTest {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(CModPolyComp2Def::ensureCreatorsRegistered());
-        CGraphTest::SetUp();
-    }
-};
+class CModPolyComp2GraphTest : public CGraphTest {};
 
 TEST_F(CModPolyComp2GraphTest, RunsPerChannelWithBoundParametersAndUpdatesOnTheRunningRoad) {
     const char* names[] = {"attack",      "inertia",      "threshold", "ratio",    "knee",   "auto-gain",

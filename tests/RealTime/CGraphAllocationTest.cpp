@@ -9,8 +9,6 @@
 #include "Audio/CAudioProcess.h"
 #include "Audio/CAudioProcessDefBase.h"
 #include "Audio/CAudioProcessTerminalBase.h"
-#include "Audio/Processes/CDetectorRegistration.h"
-#include "Audio/Processes/CModPolyComp2Def.h"
 #include "tests/RealTime/CAllocationCounter.h"
 #include "tests/Support/CGraphTest.h"
 
@@ -35,14 +33,7 @@ TEST(CAllocationCounter, SeesAllocations) {
 
 namespace {
 
-class CGraphAllocation : public CGraphTest {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(CDetectorRegistration::ensureCreatorsRegistered());
-        ASSERT_TRUE(CModPolyComp2Def::ensureCreatorsRegistered());
-        CGraphTest::SetUp();
-    }
-};
+class CGraphAllocation : public CGraphTest {};
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 
 #include "Audio/CAudioProcess.h"
 #include "Audio/CAudioProcessTerminalBase.h"
+#include "Audio/Processes/CSignalModules.h"
 #include "tests/Support/CTestGraph.h"
 
 namespace orl::test {
@@ -14,6 +15,7 @@ namespace orl::test {
 class CGraphTest : public ::testing::Test {
 protected:
     void SetUp() override {
+        ASSERT_TRUE(CSignalModules::registerAll());
         m_shared = CObject::newRoot();
         CObject::setSharedRoot(m_shared);
         m_defs = CObject::newRoot();

@@ -1,0 +1,16 @@
+#include "Audio/Processes/CSignalModules.h"
+
+#include "Audio/CAudioProcessDefBaseInit.h"
+#include "Audio/Processes/CDetectorRegistration.h"
+#include "Audio/Processes/CModPolyComp2Def.h"
+
+namespace orl {
+
+bool CSignalModules::registerAll() {
+    const bool definitions = CAudioProcessDefBaseInit::ensureCreatorsRegistered();
+    const bool detectors = CDetectorRegistration::ensureCreatorsRegistered();
+    const bool compressor = CModPolyComp2Def::ensureCreatorsRegistered();
+    return definitions && detectors && compressor;
+}
+
+}  // namespace orl
