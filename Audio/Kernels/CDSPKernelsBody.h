@@ -10,6 +10,7 @@
 #endif
 
 #include "Audio/Kernels/CDSPKernels.h"
+#include "Audio/Kernels/CKernelLoop.h"
 
 namespace orl::ORL_KERNEL_NS {
 
@@ -32,58 +33,42 @@ static void crossfade(double* out, const double* from, const double* to, int32_t
     fade.previous = prev;
 }
 
-// Groups of four: four results, then four stores, then a scalar tail. At the project's -O2 the
-// compiler leaves a plain loop of unknown length scalar but turns such a group into one or two
-// vector operations. Since all four results are formed before any store, dst may be a source.
-#define ORL_KERNEL_BY_FOUR(count, STEP)      \
-    int32_t i = 0;                            \
-    for (; i + 4 <= (count); i += 4) {        \
-        STEP(0) STEP(1) STEP(2) STEP(3)       \
-        ORL_STORE(0) ORL_STORE(1) ORL_STORE(2) ORL_STORE(3) \
-    }                                         \
-    for (; i < (count); ++i) {                \
-        STEP(0) ORL_STORE(0)                  \
-    }
-#define ORL_STORE(k) dst[i + k] = r##k;
-
 static void copy(double* dst, const double* src, int32_t count) {
 #define ORL_STEP(k) const double r##k = src[i + k];
-    ORL_KERNEL_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void fill(double* dst, double value, int32_t count) {
 #define ORL_STEP(k) const double r##k = value;
-    ORL_KERNEL_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void add(double* dst, const double* src, int32_t count) {
 #define ORL_STEP(k) const double r##k = dst[i + k] + src[i + k];
-    ORL_KERNEL_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void maximum(double* dst, const double* src, int32_t count) {
 #define ORL_STEP(k) const double r##k = dst[i + k] < src[i + k] ? src[i + k] : dst[i + k];
-    ORL_KERNEL_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void scale(double* dst, double factor, int32_t count) {
 #define ORL_STEP(k) const double r##k = dst[i + k] * factor;
-    ORL_KERNEL_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void multiply(double* dst, const double* a, const double* b, int32_t count) {
 #define ORL_STEP(k) const double r##k = a[i + k] * b[i + k];
-    ORL_KERNEL_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
-#undef ORL_STORE
-#undef ORL_KERNEL_BY_FOUR
 
 extern const CDSPKernels kTable;
 const CDSPKernels kTable = {

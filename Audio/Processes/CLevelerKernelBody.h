@@ -16,30 +16,21 @@
 
 #include <cmath>
 
+#include "Audio/Kernels/CKernelLoop.h"
 #include "Audio/Processes/CLevelerKernel.h"
 
 namespace orl::ORL_KERNEL_NS {
 
-#define ORL_LEVELER_BY_FOUR(count, STEP)                    \
-    int32_t i = 0;                                          \
-    for (; i + 4 <= (count); i += 4) {                      \
-        STEP(0) STEP(1) STEP(2) STEP(3)                     \
-        ORL_STORE(0) ORL_STORE(1) ORL_STORE(2) ORL_STORE(3) \
-    }                                                       \
-    for (; i < (count); ++i) {                              \
-        STEP(0) ORL_STORE(0)                                \
-    }
-#define ORL_STORE(k) dst[i + k] = r##k;
 
 static void magnitude(double* dst, const double* src, int32_t count) {
 #define ORL_STEP(k) const double r##k = std::fabs(src[i + k]);
-    ORL_LEVELER_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void mix(double* dst, const double* a, const double* b, double t, int32_t count) {
 #define ORL_STEP(k) const double r##k = a[i + k] + (b[i + k] - a[i + k]) * t;
-    ORL_LEVELER_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
@@ -47,18 +38,16 @@ static void mixFromSquare(double* dst, const double* a, const double* b, double 
 #define ORL_STEP(k)                                 \
     const double own##k = a[i + k] * a[i + k];      \
     const double r##k = own##k + (b[i + k] - own##k) * t;
-    ORL_LEVELER_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
 static void square(double* dst, const double* src, int32_t count) {
 #define ORL_STEP(k) const double r##k = src[i + k] * src[i + k];
-    ORL_LEVELER_BY_FOUR(count, ORL_STEP)
+    ORL_BY_FOUR(count, ORL_STEP)
 #undef ORL_STEP
 }
 
-#undef ORL_STORE
-#undef ORL_LEVELER_BY_FOUR
 
 // The library square root may set errno, which keeps the compiler from vectorising it; the
 // instruction itself is correctly rounded, so both builds give the very same results.
