@@ -3,13 +3,17 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 300
+FUZZ_TARGETS := CDefTreeFuzz CZipBlockFuzz CLz4BlockFuzz
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := -G Ninja
 
 # Debian packages the project builds with; `make deps` installs only the missing ones.
-PACKAGES := g++ cmake ninja-build ccache pkg-config libgtest-dev libbenchmark-dev
+PACKAGES := g++ cmake ninja-build ccache pkg-config libgtest-dev libbenchmark-dev \
+            zlib1g-dev liblz4-dev libpugixml-dev
 
-.PHONY: deps configure build test asan tsan bench clean
+.PHONY: deps deps-fuzz configure build test asan tsan bench fuzz clean
 
 deps:
 	@missing=""; \
@@ -49,5 +53,19 @@ bench: deps
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	$(BENCH_BUILD)/bench/orl_bench $(BENCH_ARGS)
 
+# libFuzzer runs of FUZZ_SECONDS each, on a working copy of the committed corpus.
+deps-fuzz: deps
+	@$(MAKE) --no-print-directory deps PACKAGES="clang libclang-rt-14-dev"
+
+fuzz: deps-fuzz
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORL_FUZZ=ON -DORL_BUILD_TESTS=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	@for t in $(FUZZ_TARGETS); do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$t && cp -n fuzz/corpus/$$t/* $(FUZZ_BUILD)/corpus/$$t/ 2>/dev/null; \
+	  echo "== $$t for $(FUZZ_SECONDS) s"; \
+	  $(FUZZ_BUILD)/fuzz/$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 -print_final_stats=1 \
+	    $(FUZZ_BUILD)/corpus/$$t || exit 1; \
+	done
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "Core/CCreatorRegistry.h"
+#include "Core/CDefinitionLoader.h"
 #include "Core/CError.h"
 #include "Core/CEventBus.h"
 #include "Core/CObjectEventBridge.h"
@@ -510,6 +511,10 @@ CObject* CObject::findTemplate(const CString& name) const {
 }
 
 bool CObject::hasTemplate(const CString& name) const { return findTemplate(name) != nullptr; }
+
+CError* CObject::loadXMLData(const CString& name, bool runStages) {
+    return CDefinitionLoader::loadXMLData(this, name, runStages);
+}
 
 void CObject::setTemplatePayload(CTemplatePayload* payload) {
     if (payload != m_templatePayload) delete m_templatePayload;

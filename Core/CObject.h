@@ -96,6 +96,8 @@ public:
     CError* createChild(T*& outChild, const CString& tag, const CString& name, bool mustBeTemplate = false,
                         const CAttrMap* initialAttrs = nullptr, const CAttrMap* extraAttrs = nullptr);
     bool hasTemplate(const CString& name) const;
+    // Reads a compiled definition tree (a resource, else a file of that path) into this object.
+    CError* loadXMLData(const CString& name, bool runStages);
 
     // Releases, destroys the children last-created first, detaches and deletes this object.
     void destroy();
