@@ -153,11 +153,19 @@ inline double lane(CVec4 v) {
 }
 template <int kLane>
 inline CVec4 spread(CVec4 v) {
+#if defined(__clang__)
+    return __builtin_shufflevector(v, v, kLane, kLane, kLane, kLane);
+#else
     return __builtin_shuffle(v, CIdx4{kLane, kLane, kLane, kLane});
+#endif
 }
 // {first, v0, v1, v2}
 inline CVec4 shiftIn(CVec4 v, double first) {
+#if defined(__clang__)
+    CVec4 r = __builtin_shufflevector(v, v, 0, 0, 1, 2);
+#else
     CVec4 r = __builtin_shuffle(v, CIdx4{0, 0, 1, 2});
+#endif
     r[0] = first;
     return r;
 }
@@ -180,11 +188,19 @@ inline double lane(CVec4 v) {
 template <int kLane>
 inline CVec4 spread(CVec4 v) {
     const CVec2 half = kLane < 2 ? v.lo : v.hi;
+#if defined(__clang__)
+    const CVec2 r = __builtin_shufflevector(half, half, kLane & 1, kLane & 1);
+#else
     const CVec2 r = __builtin_shuffle(half, CIdx2{kLane & 1, kLane & 1});
+#endif
     return {r, r};
 }
 inline CVec4 shiftIn(CVec4 v, double first) {
+#if defined(__clang__)
+    return {CVec2{first, v.lo[0]}, __builtin_shufflevector(v.lo, v.hi, 1, 2)};
+#else
     return {CVec2{first, v.lo[0]}, __builtin_shuffle(v.lo, v.hi, CIdx2{1, 2})};
+#endif
 }
 #endif
 
