@@ -43,7 +43,15 @@ CError* CDefinitionLoader::loadNode(CObject* target, CDefCursor& cursor, CDefStr
     }
     uint8_t kind = 0;
     if ((hasPrefix && !cursor.skip(4)) || !cursor.read8(kind)) return ORL_PASS(cursor.error(where), where);
-    if (kind == 1) return loadTemplate(target, cursor, strings, isStatic);
+    if (kind == 1) {
+        // A template is only ever a child. One at the top of a fragment would make its instance a
+        // template of itself, and instantiating it would never end.
+        if (hasPrefix) {
+            return ORL_ERROR(nullptr, where,
+                             "@orlstr_CDefinitionLoader_load_TemplateAtTop A fragment must begin with a plain node.");
+        }
+        return loadTemplate(target, cursor, strings, isStatic);
+    }
     if (kind != 0) {
         return ORL_ERROR(nullptr, where, "@orlstr_CDefinitionLoader_load_BadKind Invalid node kind %1.",
                          CString::fromInt(kind));
