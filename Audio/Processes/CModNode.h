@@ -1,14 +1,16 @@
 #pragma once
-#include "Audio/CAudioProcessDefBase.h"
+#include "Audio/Processes/CModNodeDef.h"
+#include "Audio/Processes/CModWholeNode.h"
 
 namespace orl {
 
-// The definition of a junction (`audio:modNode`): several links meet in it and leave it again.
-// The link resolver looks through it, joining each of its sources to each of its destinations,
-// so a junction never runs and never costs a buffer copy.
-class CModNodeDef : public CAudioProcessDefBase {
-public:
-    bool isPassThrough() const override { return true; }
+// A junction as a running node: each input channel goes on unchanged, with its index, group and
+// latency, and its buffer reaches every destination with one reference each. It adds no latency
+// and copies no samples.
+class CModNode : public CModWholeNode {
+protected:
+    void updateNode() override {}
+    void processBlock() override;
 };
 
 }  // namespace orl

@@ -3,6 +3,7 @@
 #include "Audio/CAudioProcessDefBaseInit.h"
 #include "Audio/Processes/CDetectorRegistration.h"
 #include "Audio/Processes/CModPolyComp2Def.h"
+#include "Audio/Processes/CRoutingModulesRegistration.h"
 
 namespace orl {
 
@@ -10,7 +11,7 @@ bool CSignalModules::registerAll() {
     const bool definitions = CAudioProcessDefBaseInit::ensureCreatorsRegistered();
     const bool detectors = CDetectorRegistration::ensureCreatorsRegistered();
     const bool compressor = CModPolyComp2Def::ensureCreatorsRegistered();
-    return definitions && detectors && compressor;
+    return definitions && detectors && compressor && CRoutingModulesRegistration::ensureCreatorsRegistered();
 }
 
 }  // namespace orl

@@ -134,3 +134,90 @@ TEST_F(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
     EXPECT_EQ(CAllocationCounter::stop(), 0);
 
 }
+
+// The chain around the compressor (routers, mid/side coders, gain, the gain path's
+// delay and multiplier, bypass with solo, output router) with crossfading gain and bypass
+// changes, look-ahead changes that move the delay line's tap, and compensated inputs, runs
+// without the general heap once warm.
+TEST_F(CGraphAllocation, RoutingAndSimpleModulesRunWithoutHeapAllocation) {
+    auto alloc = [](const char* name, const char* index, const char* extra = nullptr) {
+        CDefNode n{"audio:param-alloc", "a", {{"param-name", name}, {"index", index}}, {}};
+        if (extra) n.attrs.push_back({extra, "true"});
+        return n;
+    };
+    auto link = [](const char* src, const char* dst) {
+        return CDefNode{"audio:process-link", "l", {{"src", src}, {"dst", dst}}, {}};
+    };
+    const char* xfade = "0.002";
+    CDefNode root{"audio:process-def",
+                  "main",
+                  {{"is-auto-links", "true"}},
+                  {CDefNode{"audio:modRouter",
+                            "inr",
+                            {{"is-output", "false"}, {"channel-counts-param", "main.channel-counts"}},
+                            {alloc("routing", "0", "use-all-elements"), alloc("grouping", "1", "use-all-elements")}},
+                   CDefNode{"audio:modMSCoder", "enc", {}, {alloc("pairs", "0", "use-all-elements")}},
+                   CDefNode{"audio:modGain", "gain", {{"is-smooth-update", "true"}, {"xfade-length", xfade}},
+                            {alloc("gain", "0", "is-smooth-update")}},
+                   CDefNode{"audio:modDelay",
+                            "delay",
+                            {{"is-outoforder", "true"}, {"is-latency-seconds", "true"}, {"latency", "0.010"},
+                             {"is-comp-input", "true"}},
+                            {alloc("time", "0")}},
+                   CDefNode{"audio:modMult", "mult", {{"is-comp-input", "true"}}, {}},
+                   CDefNode{"audio:modMSCoder",
+                            "dec",
+                            {},
+                            {alloc("pairs", "0", "use-all-elements"), alloc("mode", "1")}},
+                   CDefNode{"audio:modBypass", "byp", {{"is-smooth-update", "true"}, {"xfade-length", xfade}},
+                            {alloc("enable", "0"), alloc("group-solo", "1", "use-all-groups")}},
+                   CDefNode{"audio:modRouter",
+                            "outr",
+                            {{"is-output", "true"}},
+                            {alloc("routing", "0", "use-all-elements")}},
+                   link("gain", "delay"), link("delay", "mult/1"), link("inr", "byp/1")}};
+    CTestParamHost& h = host();
+    h.add("main.inr.routing", 1, 2, 0.0, true).m_values[0] = {1, 2};
+    h.add("main.inr.grouping", 1, 2, 0.0, true);
+    h.add("main.enc.pairs", 1, 2, 1.0, true);
+    h.add("main.dec.pairs", 1, 2, 1.0, true);
+    h.add("main.dec.mode", 8, 1, 1.0);
+    h.add("main.gain.gain", 8, 2, 0.5);  // per-channel parameters: an element for each channel
+    h.add("main.delay.time", 8, 2, 0.004);
+    h.add("main.byp.enable", 8, 2, 0.0);
+    h.add("main.byp.group-solo", 8, 2, 0.0);
+    h.add("main.outr.routing", 1, 2, 0.0, true).m_values[0] = {1, 2};
+    CTestGraphRunner* runner = &start(root);
+
+    std::vector<double> left(512), right(512);
+    for (int i = 0; i < 512; ++i) {
+        left[i] = 0.5 * std::sin(0.05 * i);
+        right[i] = 0.3 * std::sin(0.07 * i);
+    }
+    const double* inputs[] = {left.data(), right.data()};
+    const int32_t groups[] = {0, 0};
+    const std::string gain("main.gain.gain"), time("main.delay.time"), enable("main.byp.enable"),
+        solo("main.byp.group-solo");
+    auto block = [&](int32_t i) {
+        if (i % 40 == 0) runner->m_host.set(gain, 0.4 + (i % 3) * 0.1);
+        if (i % 30 == 0) runner->m_host.set(time, 0.001 * ((i / 30) % 5));
+        if (i % 60 == 30) runner->m_host.set(enable, (i / 60) % 2);
+        if (i % 90 == 45) runner->m_host.set(solo, (i / 90) % 2, 1);
+        // The changes and the block sizes repeat every 1800 blocks, so the warm-up meets every
+        // combination that the run will meet.
+        runner->runInPlace(inputs, groups, 2, 64 + (i % 8) * 56, 48000.0);
+        runner->m_root->releaseOutputs();
+    };
+    for (int32_t i = 0; i < 1800; ++i) block(i);
+    CAllocationCounter::start();
+    for (int32_t i = 1800; i < 5400; ++i) block(i);
+    EXPECT_EQ(CAllocationCounter::stop(), 0);
+    // The graph ran as built: the gain signal reaches both multipliers on port 1, and gain and
+    // bypass faded (each keeps the module that faded out, one per channel).
+    auto* mult = terminal("mult");
+    ASSERT_NE(mult, nullptr);
+    EXPECT_EQ(mult->portTable(1).mask, 3u);
+    EXPECT_EQ(mult->inputLatency(), 480);
+    EXPECT_EQ(terminal("gain")->spareCount(), 2);
+    EXPECT_EQ(terminal("byp")->spareCount(), 2);
+}

@@ -1,0 +1,12 @@
+#include "Audio/Processes/CModBypassDef.h"
+
+#include "Audio/Processes/CModBypass.h"
+#include "Audio/Processes/CRoutingModulesRegistration.h"
+
+namespace orl {
+
+CModBypassDef::CModBypassDef() { (void)CRoutingModulesRegistration::ensureCreatorsRegistered(); }
+
+CAudioProcessBase* CModBypassDef::createProcess() const { return new CModBypass(); }
+
+}  // namespace orl
