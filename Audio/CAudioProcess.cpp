@@ -154,12 +154,13 @@ void CAudioProcess::rebuild() {
         link.useCount = 0;
     }
     if (def && def->isAutoLinks()) {
-        // The automatic chain: present children in definition order; a pass-through child is
-        // carried through, so its neighbours link straight to each other.
+        // The automatic chain: present children in definition order. A pass-through child is
+        // part of it; the look-through below joins its inputs to the next child and to every
+        // explicit link that leaves it.
         int32_t previous = -1;
         for (int32_t i = 0; i < m_records.count(); ++i) {
             const CRecord* record = m_records[i];
-            if (record->def->isOutOfOrder() || !isChildPresent(i) || record->passThrough) continue;
+            if (record->def->isOutOfOrder() || !isChildPresent(i)) continue;
             addLink(previous, 0, i, 0);
             previous = i;
         }
