@@ -1,0 +1,93 @@
+#include <cmath>
+#include <random>
+
+#include "Audio/CAudioProcessDefBase.h"
+#include "Core/CError.h"
+#include "tests/Support/CGraphTest.h"
+
+using namespace orl;
+using namespace orl::test;
+
+namespace {
+
+using Signal = std::vector<double>;
+
+Signal noise(size_t n, uint32_t seed) {
+    std::mt19937 gen(seed);
+    std::uniform_real_distribution<double> dist(-1.0, 1.0);
+    Signal v(n);
+    for (double& x : v) x = dist(gen);
+    return v;
+}
+
+CString compiled(const char* name) { return CString(ORL_TEST_DEFINITIONS_DIR) + "/" + name + ".bin"; }
+
+// Graphs read from compiled definitions, with the real tags, instead of built in code.
+class CGraphDefinitionTest : public CGraphTest {
+protected:
+    CTestGraphRunner& startFromTree(const char* file, const char* graph) {
+        CError* err = m_defs->loadXMLData(compiled(file), true);
+        EXPECT_EQ(err ? err->text() : CString(), CString());
+        deleteError(err);
+        auto* def = dynamic_cast<CAudioProcessDefBase*>(m_defs->findObject(graph));
+        EXPECT_NE(def, nullptr);
+        host();
+        if (def) m_runner->start(def);
+        return *m_runner;
+    }
+};
+
+}  // namespace
+
+TEST_F(CGraphDefinitionTest, StereoMidSideChainWithItsDryBranchMatchesTheClosedForm) {
+    const double gm = std::pow(10.0, -3.0 / 20.0), gs = -std::pow(10.0, 4.5 / 20.0);
+    CTestParamHost& h = host();
+    h.add("main.inr.routing", 1, 2, 0.0, true).m_values[0] = {2, 1};
+    h.add("main.outr.routing", 1, 2, 0.0, true).m_values[0] = {2, 1};
+    h.add("main.enc.pairs", 1, 2, 1.0, true);
+    h.add("main.dec.pairs", 1, 2, 1.0, true);
+    h.add("main.dec.mode", 8, 1, 1.0);
+    h.add("main.gain.gain", 8, 2, 1.0).m_values[0] = {gm, gs};  // element = channel: mid, side
+    h.add("main.byp.enable", 8, 2, 0.0);
+    CTestGraphRunner& g = startFromTree("RoutingGraphs.xml", "main");
+    ASSERT_NE(g.m_root, nullptr);
+    for (uint32_t block = 0; block < 6; ++block) {
+        if (block == 3) g.m_host.set("main.byp.enable", 1.0);  // the 48-sample fade ends in block 3
+        const Signal a = noise(256, 300 + block), b = noise(256, 400 + block);
+        auto out = g.run({a, b}, {0, 0}, 256);
+        if (block >= 4) {
+            // The dry branch leaves the junction behind the input router.
+            EXPECT_EQ(out[0], a);
+            EXPECT_EQ(out[1], b);
+            continue;
+        }
+        const size_t end = block == 3 ? 1 : a.size();
+        for (size_t i = 0; i < end; ++i) {
+            ASSERT_NEAR(out[0][i], a[i] * (gm + gs) / 2 + b[i] * (gm - gs) / 2, 1e-14) << block << " " << i;
+            ASSERT_NEAR(out[1][i], b[i] * (gm + gs) / 2 + a[i] * (gm - gs) / 2, 1e-14) << block << " " << i;
+        }
+    }
+}
+
+TEST_F(CGraphDefinitionTest, BypassStateAndResolvedParameterNames) {
+    CTestParamHost& h = host();
+    h.add("states.level", 8, 1, 2.0);  // "^level" from states.a
+    h.add("trim", 8, 1, 3.0);          // "/trim"
+    h.add("states.bp", 1, 1, 0.0);
+    CTestGraphRunner& g = startFromTree("RoutingGraphs.xml", "states");
+    ASSERT_NE(g.m_root, nullptr);
+    EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 6.0);
+    g.m_host.set("states.bp", 1.0);
+    EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 2.0);
+    g.m_host.set("states.bp", 0.0);
+    EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 6.0);
+}
+
+TEST_F(CGraphDefinitionTest, ABadLinkFailsTheLoadWithItsMessageAndPath) {
+    CError* err = m_defs->loadXMLData(compiled("BadLink.xml"), true);
+    ASSERT_NE(err, nullptr);
+    const CString text = err->text();
+    deleteError(err);
+    EXPECT_NE(text.findText("Invalid port in the 'src' attribute value 'a/x' specified."), -1) << text.narrowed().c8();
+    EXPECT_NE(text.findText("bad.broken"), -1) << text.narrowed().c8();
+}
