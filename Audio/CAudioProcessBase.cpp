@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "Audio/CAudioParamAllocDef.h"
 #include "Audio/CAudioProcessDefBase.h"
 #include "Audio/CDSPModDelay.h"
 #include "Audio/CSampleBufferPool.h"
@@ -28,6 +29,7 @@ CAudioProcessBase::~CAudioProcessBase() {
     // Only this class's own part: derived classes released theirs in their destructors.
     CAudioProcessBase::release();
     for (CSource* source : m_sources) delete source;
+    for (CAlloc* alloc : m_allocs) delete alloc;
 }
 
 CError* CAudioProcessBase::init() { return nullptr; }
@@ -109,6 +111,41 @@ void CAudioProcessBase::setOutput(const CAudioChannel& channel) {
     m_outputMask |= bit;
 }
 
+void CAudioProcessBase::registerAllocs() {
+    if (!m_allocsMade) {
+        m_allocsMade = true;
+        if (m_def) {
+            for (const auto& [index, allocDef] : m_def->paramAllocs()) {
+                auto* alloc = new CAlloc();
+                alloc->def = allocDef;
+                m_allocs.add(alloc);
+            }
+        }
+    }
+    if (!m_params) return;
+    for (CAlloc* alloc : m_allocs) {
+        if (alloc->registered) continue;
+        alloc->param = m_params->findParam(m_def->resolveName(alloc->def->paramName()));
+        if (!alloc->param) continue;
+        alloc->listener.updatePending = updatePendingFlag();
+        alloc->listener.changedMask = &alloc->changedMask;
+        alloc->listener.group = m_group;
+        alloc->listener.element = m_element;
+        alloc->listener.allGroups = alloc->def->useAllGroups();
+        alloc->listener.allElements = alloc->def->useAllElements();
+        m_params->addListener(alloc->param, &alloc->listener);
+        alloc->registered = true;
+    }
+}
+
+void CAudioProcessBase::unregisterAllocs() {
+    for (CAlloc* alloc : m_allocs) {
+        if (!alloc->registered) continue;
+        m_params->removeListener(alloc->param, &alloc->listener);
+        alloc->registered = false;
+    }
+}
+
 void CAudioProcessBase::releaseOutputs() {
     for (uint32_t m = m_outputMask; m; m &= m - 1) {
         CSampleBufferPool::release(m_outputs[__builtin_ctz(m)].buffer);
@@ -128,6 +165,7 @@ void CAudioProcessBase::releasePortTables() {
 }
 
 void CAudioProcessBase::release() {
+    unregisterAllocs();
     releasePortTables();
     for (CPortTable& table : m_ports) table.mask = 0;
     releaseOutputs();

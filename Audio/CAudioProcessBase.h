@@ -3,11 +3,13 @@
 #include <cstdint>
 
 #include "Audio/CAudioChannel.h"
+#include "Audio/CAudioParamReader.h"
 #include "Core/CArray.h"
 #include "Core/CString.h"
 
 namespace orl {
 
+class CAudioParamAllocDef;
 class CAudioParamHost;
 class CError;
 class CAudioProcessDefBase;
@@ -106,6 +108,21 @@ protected:
     void setOutput(const CAudioChannel& channel);
     bool isReconnecting() const { return m_reconnect; }
     bool takeUpdatePending() { return m_updatePending.exchange(false, std::memory_order_acq_rel); }
+
+    // The parameters that the definition allocates, each bound to the host's parameter of that
+    // name with a listener that flags an update when its value changes.
+    struct CAlloc {
+        const CAudioParamAllocDef* def = nullptr;
+        const CAudioParamReader* param = nullptr;
+        std::atomic<uint32_t> changedMask{0};
+        CAudioParamListener listener;
+        bool registered = false;
+    };
+    // Makes the bindings once, then binds those whose parameter the host has by now.
+    void registerAllocs();
+    void unregisterAllocs();
+    CArray<CAlloc*, 8> m_allocs;
+    bool m_allocsMade = false;
 
     CString m_name;
     const CAudioProcessDefBase* m_def = nullptr;

@@ -35,51 +35,14 @@ CAudioProcessTerminalBase::~CAudioProcessTerminalBase() {
         delete slot;
     }
     for (CAudioModule* module : m_spares) delete module;
-    for (CAlloc* alloc : m_allocs) delete alloc;
 }
 
 void CAudioProcessTerminalBase::release() {
-    unregisterAllocs();
     for (CSlot* slot : m_slots) {
         if (slot->live) releaseModuleOutputs(slot->live);
         if (slot->outgoing) releaseModuleOutputs(slot->outgoing);
     }
     CAudioProcessBase::release();
-}
-
-void CAudioProcessTerminalBase::registerAllocs() {
-    if (!m_allocsMade) {
-        m_allocsMade = true;
-        if (const auto* def = m_def) {
-            for (const auto& [index, allocDef] : def->paramAllocs()) {
-                auto* alloc = new CAlloc();
-                alloc->def = allocDef;
-                m_allocs.add(alloc);
-            }
-        }
-    }
-    if (!m_params) return;
-    for (CAlloc* alloc : m_allocs) {
-        if (alloc->registered) continue;
-        alloc->param = m_params->findParam(m_def->resolveName(alloc->def->paramName()));
-        if (!alloc->param) continue;
-        alloc->listener.updatePending = updatePendingFlag();
-        alloc->listener.changedMask = &alloc->changedMask;
-        alloc->listener.group = m_group;
-        alloc->listener.element = m_element;
-        alloc->listener.allGroups = alloc->def->useAllGroups();
-        alloc->listener.allElements = alloc->def->useAllElements();
-        m_params->addListener(alloc->param, &alloc->listener);
-        alloc->registered = true;
-    }
-}
-
-void CAudioProcessTerminalBase::unregisterAllocs() {
-    for (CAlloc* alloc : m_allocs) {
-        if (!alloc->registered) continue;
-        m_params->removeListener(alloc->param, &alloc->listener);
-        alloc->registered = false;
-    }
 }
 
 bool CAudioProcessTerminalBase::paramForIndex(int32_t index, const CAudioParamReader*& out) const {

@@ -54,17 +54,8 @@ private:
         int64_t elapsed = 0;
         CRaisedCosine oscillators[32];
     };
-    struct CAlloc {
-        const CAudioParamAllocDef* def = nullptr;
-        const CAudioParamReader* param = nullptr;
-        std::atomic<uint32_t> changedMask{0};
-        CAudioParamListener listener;
-        bool registered = false;
-    };
 
     void reconnectAll();
-    void registerAllocs();
-    void unregisterAllocs();
     void reconnectSlots();
     void connectSlot(CSlot& slot);
     CAudioModule* takeModule();
@@ -78,8 +69,6 @@ private:
 
     CArray<CSlot*, 8> m_slots;
     CArray<CAudioModule*, 8> m_spares;
-    CArray<CAlloc*, 8> m_allocs;
-    bool m_allocsMade = false;
     bool m_reconnectRequested = false;
     bool m_whole = false;
     int32_t m_xfadeSamples = 1;

@@ -6,50 +6,9 @@
 
 namespace orl {
 
-CModWholeNode::~CModWholeNode() {
-    CModWholeNode::release();
-    for (CAlloc* alloc : m_allocs) delete alloc;
-}
+CModWholeNode::~CModWholeNode() { CModWholeNode::release(); }
 
-void CModWholeNode::release() {
-    unregisterAllocs();
-    CAudioProcessBase::release();
-}
-
-void CModWholeNode::registerAllocs() {
-    if (!m_allocsMade) {
-        m_allocsMade = true;
-        if (m_def) {
-            for (const auto& [index, allocDef] : m_def->paramAllocs()) {
-                auto* alloc = new CAlloc();
-                alloc->def = allocDef;
-                m_allocs.add(alloc);
-            }
-        }
-    }
-    if (!m_params) return;
-    for (CAlloc* alloc : m_allocs) {
-        if (alloc->registered) continue;
-        alloc->param = m_params->findParam(m_def->resolveName(alloc->def->paramName()));
-        if (!alloc->param) continue;
-        alloc->listener.updatePending = updatePendingFlag();
-        alloc->listener.changedMask = &alloc->changedMask;
-        alloc->listener.group = m_group;
-        alloc->listener.element = m_element;
-        alloc->listener.allGroups = alloc->def->useAllGroups();
-        alloc->listener.allElements = alloc->def->useAllElements();
-        m_params->addListener(alloc->param, &alloc->listener);
-        alloc->registered = true;
-    }
-}
-
-void CModWholeNode::unregisterAllocs() {
-    for (CAlloc* alloc : m_allocs) {
-        if (!alloc->registered) continue;
-        m_params->removeListener(alloc->param, &alloc->listener);
-        alloc->registered = false;
-    }
-}
+void CModWholeNode::release() { CAudioProcessBase::release(); }
 
 void CModWholeNode::update() {
     registerAllocs();

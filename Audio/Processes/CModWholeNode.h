@@ -42,19 +42,8 @@ protected:
     void passOn(const CAudioChannel& in, int32_t index, int32_t group, int32_t latency);
 
 private:
-    struct CAlloc {
-        const CAudioParamAllocDef* def = nullptr;
-        const CAudioParamReader* param = nullptr;
-        std::atomic<uint32_t> changedMask{0};
-        CAudioParamListener listener;
-        bool registered = false;
-    };
 
-    void registerAllocs();
-    void unregisterAllocs();
 
-    CArray<CAlloc*, 4> m_allocs;
-    bool m_allocsMade = false;
 };
 
 }  // namespace orl
