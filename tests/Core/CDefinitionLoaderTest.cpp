@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <string>
 #include <iterator>
 #include <vector>
 
@@ -167,4 +169,23 @@ TEST_F(CDefinitionLoaderTest, DamagedTreesFailWithAnErrorAndNeverReadOutOfBounds
                                                     true)).findText("deeper"),
               -1);
     root->destroy();
+}
+
+TEST(CDefinitionCompiler, IdsFollowFirstUseAndThePoolIsSortedByBytes) {
+    const std::vector<uint8_t> bytes = readCompiled("LoaderTest.xml.bin");
+    ASSERT_GT(bytes.size(), 8u);
+    auto u32 = [&](size_t at) {
+        return static_cast<uint32_t>(bytes[at] | (bytes[at + 1] << 8) | (bytes[at + 2] << 16) | (bytes[at + 3] << 24));
+    };
+    const uint32_t count = u32(0);
+    auto text = [&](uint32_t id) { return std::string(reinterpret_cast<const char*>(&bytes[8 + u32(8 + 4 * id)])); };
+    // The root's attributes come first, keys and values in turn; "false" and "" are strings too.
+    const char* const firstUse[] = {"", "title", "Tree", "is-on", "true", "is-off", "false", "blank"};
+    for (uint32_t id = 0; id < 8; ++id) EXPECT_EQ(text(id), firstUse[id]) << id;
+    // Each text once, and in pool order the texts ascend, so the offset table does not.
+    std::vector<std::pair<uint32_t, std::string>> byOffset;
+    for (uint32_t id = 0; id < count; ++id) byOffset.emplace_back(u32(8 + 4 * id), text(id));
+    std::sort(byOffset.begin(), byOffset.end());
+    for (size_t i = 1; i < byOffset.size(); ++i) EXPECT_LT(byOffset[i - 1].second, byOffset[i].second);
+    EXPECT_GT(u32(8 + 4 * 1), u32(8 + 4 * 2));  // "title" is stored after "Tree"
 }
