@@ -5,7 +5,7 @@ TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 300
-FUZZ_TARGETS := CDefTreeFuzz CZipBlockFuzz CLz4BlockFuzz
+FUZZ_TARGETS := CDefTreeFuzz CZipBlockFuzz CLz4BlockFuzz CParamStorageFuzz CParamInfoFuzz
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := -G Ninja
 

@@ -1,10 +1,17 @@
 #include "Audio/CAudioParamInfo.h"
 
 #include <atomic>
+#include <cstring>
 
+#include "Audio/CAudioParamChange.h"
+#include "Audio/CAudioParamDataItemRaw.h"
+#include "Audio/CAudioParamDataItemString.h"
 #include "Audio/Converters/CAudioParamConverter.h"
 #include "Core/CError.h"
+#include "Core/CInputStream.h"
 #include "Core/CObject.h"
+#include "Core/COutputStream.h"
+#include "Core/CUtf8.h"
 
 namespace orl {
 
@@ -50,6 +57,43 @@ void splitTrimmed(const CString& text, char16_t separator, CArray<CString>& out)
 CString numberText(int32_t n) { return CString::fromInt(n); }
 
 const CString& attr(const CObject& node, const char* name) { return node.getAttrString(CString(name)); }
+
+// Collects what a stream writes, to get at the UTF-8 form of a text.
+class CByteCollector : public COutputStream {
+public:
+    CError* write(const void* buffer, uint32_t count) override {
+        const uint32_t at = bytes.size();
+        bytes.resize(at + count);
+        std::memcpy(bytes.data() + at, buffer, count);
+        return nullptr;
+    }
+    CByteBuffer bytes;
+};
+
+// A raw default is written as text in the definitions; its bytes are that text in UTF-8.
+CAudioParamDataItemRaw rawOfText(const CString& text) {
+    CByteCollector collector;
+    CError* err = collector.writeString(text);
+    deleteError(err);
+    const uint32_t skip = 4;  // the length before the characters
+    if (collector.bytes.size() <= skip) return CAudioParamDataItemRaw();
+    return CAudioParamDataItemRaw(collector.bytes.data() + skip, collector.bytes.size() - skip);
+}
+
+CString textOfRaw(const CByteBuffer& bytes) {
+    CArray<char16_t, 32> units;
+    for (uint32_t i = 0; i < bytes.size(); ++i) units.add(0);
+    char16_t highest = 0;
+    const uint32_t n = CUtf8::decode(bytes.data(), bytes.size(), units.data(), highest);
+    return CString(units.data(), static_cast<int32_t>(n));
+}
+
+CError* readFlag(CInputStream& in, bool& out) {
+    uint32_t v = 0;
+    CError* err = in.readUInt32(v);
+    out = v != 0;
+    return err;
+}
 
 }  // namespace
 
@@ -129,7 +173,154 @@ CError* CAudioParamInfo::fillFromNode(const CObject& node, const CObject& lookFr
     if (!err) err = parseStateNames(attr(node, "state-names"));
     if (!err) err = parseMinMaxValues(attr(node, "min-values"), attr(node, "max-values"));
     if (!err) err = parseDefValues(attr(node, "def-values"));
+    if (err) return ORL_PASS(err, name);
+    buildDefaultData();
+    return nullptr;
+}
+
+void CAudioParamInfo::buildDefaultData() {
+    defaultData.invalidate();
+    if (!defaultData.setLayout(elementSize, dataType, singleGroup, singleElement)) return;
+    if (isNumeric()) {
+        defaultData.setDefaults(defaultNumbers.data(), defaultNumbers.count(), nullptr);
+    } else {
+        for (const CString& text : defaultTexts) {
+            if (dataType == kString) {
+                defaultData.addDefaultItem(CAudioParamDataItemString(text));
+            } else {
+                defaultData.addDefaultItem(rawOfText(text));
+            }
+        }
+    }
+    CAudioParamChange group0;
+    group0.setLayoutOf(defaultData);
+    group0.group = 0;
+    group0.tail = true;
+    group0.count = defaultData.defaultCount();
+    group0.numbers = defaultData.defaultNumbers().data();
+    group0.data = &defaultData.defaultData();
+    defaultData.apply(group0);
+}
+
+// ---- the stored description ----
+
+CError* CAudioParamInfo::save(COutputStream& out) const {
+    CError* err = out.writeUInt32(kVersion);
+    if (!err) err = out.writeUInt32(global ? 1 : 0);
+    if (!err) err = out.writeUInt32(storable ? 1 : 0);
+    if (!err) err = out.writeUInt32(persistent ? 1 : 0);
+    if (!err) err = out.writeString(name);
+    if (!err) err = out.writeString(visualName);
+    if (!err) err = out.writeString(registryPath);
+    if (!err) err = out.writeUInt32(static_cast<uint32_t>(elementSize));
+    if (!err) err = out.writeUInt32(static_cast<uint32_t>(dataType));
+    if (!err) err = out.writeUInt32(singleGroup ? 1 : 0);
+    if (!err) err = out.writeUInt32(singleElement ? 1 : 0);
+    for (int32_t i = 0; !err && i < elementSize; ++i) {
+        err = out.writeString(i < converterNames.count() ? converterNames[i] : CString::empty());
+        if (!err) err = out.writeDouble(minimum(i));
+        if (!err) err = out.writeDouble(maximum(i));
+    }
+    if (!err) err = out.writeUInt32(static_cast<uint32_t>(stateNames.count()));
+    for (int32_t i = 0; !err && i < stateNames.count(); ++i) {
+        err = out.writeString(stateNames[i]);
+        if (!err) err = out.writeString(i < shortStateNames.count() ? shortStateNames[i] : stateNames[i]);
+    }
+    if (!err) err = out.writeUInt32(static_cast<uint32_t>(switchValues.count()));
+    for (int32_t i = 0; !err && i < switchValues.count(); ++i) {
+        err = out.writeDouble(switchValues[i]);
+        if (!err) err = out.writeString(i < switchNames.count() ? switchNames[i] : CString::empty());
+    }
+    if (!err) err = defaultData.save(out, -1);
     return err ? ORL_PASS(err, name) : nullptr;
+}
+
+CError* CAudioParamInfo::load(CInputStream& in, const CObject* lookFrom, const CString& basePath) {
+    CAudioParamInfo read;
+    uint32_t version = 0;
+    if (CError* err = in.readUInt32(version)) return ORL_PASS(err, name);
+    if (version != kVersion) {
+        return ORL_ERROR(nullptr, name, "@orlstr_CAudioParamInfo_load_VersionError Unsupported data set version %1.",
+                         CString::fromInt(version));
+    }
+    uint32_t size = 0;
+    uint32_t type = 0;
+    CError* err = readFlag(in, read.global);
+    if (!err) err = readFlag(in, read.storable);
+    if (!err) err = readFlag(in, read.persistent);
+    if (!err) err = in.readString(read.name);
+    if (!err) err = in.readString(read.visualName);
+    if (!err) err = in.readString(read.registryPath);
+    if (!err) err = in.readUInt32(size);
+    if (!err) err = in.readUInt32(type);
+    if (!err) err = readFlag(in, read.singleGroup);
+    if (!err) err = readFlag(in, read.singleElement);
+    if (err) return ORL_PASS(err, name);
+    if (size > static_cast<uint32_t>(CAudioParamStorage::kMaxElementSize) ||
+        !CAudioParamStorage::isGoodLayout(static_cast<int32_t>(size), static_cast<int32_t>(type))) {
+        return ORL_ERROR(nullptr, name, "@orlstr_CAudioParamInfo_load_LayoutError Invalid layout (esize=%1, dtype=%2).",
+                         CString::fromInt(size), CString::fromInt(type));
+    }
+    read.elementSize = static_cast<int32_t>(size);
+    read.dataType = static_cast<int32_t>(type);
+
+    CArray<CString> names;
+    for (int32_t i = 0; !err && i < read.elementSize; ++i) {
+        double lo = 0.0;
+        double hi = 0.0;
+        err = in.readString(names.emplace());
+        if (!err) err = in.readDouble(lo);
+        if (!err) err = in.readDouble(hi);
+        read.minima.add(lo);
+        read.maxima.add(hi);
+    }
+    if (err) return ORL_PASS(err, name);
+    if (lookFrom) {
+        if ((err = read.parseConverterNames(names, *lookFrom, basePath))) return ORL_PASS(err, name);
+    } else {
+        read.converterNames = names;
+        for (int32_t i = 0; i < read.elementSize; ++i) read.converters.add(nullptr);
+    }
+
+    // Counts aren't trusted: entries are read one by one until the stream runs out.
+    uint32_t count = 0;
+    if ((err = in.readUInt32(count))) return ORL_PASS(err, name);
+    for (uint32_t i = 0; !err && i < count; ++i) {
+        err = in.readString(read.stateNames.emplace());
+        if (!err) err = in.readString(read.shortStateNames.emplace());
+    }
+    if (!err) err = in.readUInt32(count);
+    for (uint32_t i = 0; !err && i < count; ++i) {
+        double v = 0.0;
+        err = in.readDouble(v);
+        read.switchValues.add(v);
+        if (!err) err = in.readString(read.switchNames.emplace());
+    }
+    if (err) return ORL_PASS(err, name);
+
+    // The default elements are those of group 0 of the stored default data.
+    CAudioParamStorage& defaults = read.defaultData;
+    defaults.setLayout(read.elementSize, read.dataType, read.singleGroup, read.singleElement);
+    if ((err = defaults.load(in, -1))) return ORL_PASS(err, name);
+    defaults.setDefaults(defaults.groupNumbers(0), defaults.elementCount(0) * read.elementSize, &defaults.data());
+    for (int32_t e = 0; e < defaults.defaultCount(); ++e) {
+        if (read.isNumeric()) {
+            for (int32_t i = 0; i < read.elementSize; ++i) read.defaultNumbers.add(defaults.defaultNumbers()[e * read.elementSize + i]);
+            continue;
+        }
+        int32_t id = 0;
+        CAudioParamData::idOf(defaults.defaultNumbers()[e], id);
+        const CAudioParamDataItem* item = defaults.defaultData().findItem(id);
+        if (const auto* text = dynamic_cast<const CAudioParamDataItemString*>(item)) {
+            read.defaultTexts.add(text->text());
+        } else if (const auto* raw = dynamic_cast<const CAudioParamDataItemRaw*>(item)) {
+            read.defaultTexts.add(textOfRaw(raw->bytes()));
+        } else {
+            read.defaultTexts.add(CString());
+        }
+    }
+    *this = static_cast<CAudioParamInfo&&>(read);
+    return nullptr;
 }
 
 // ---- the parts ----

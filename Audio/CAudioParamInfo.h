@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 
+#include "Audio/CAudioParamStorage.h"
 #include "Core/CArray.h"
 #include "Core/CString.h"
 
@@ -8,7 +9,9 @@ namespace orl {
 
 class CAudioParamConverter;
 class CError;
+class CInputStream;
 class CObject;
+class COutputStream;
 
 // What a parameter definition says, read once from its `audio:param` node: layout, flags,
 // names, one converter and one range per number of an element, state and switch names, and
@@ -47,8 +50,11 @@ public:
     CArray<CString> shortStateNames;
     CArray<double> switchValues;
     CArray<CString> switchNames;
-    // The defaults, element after element: for numeric data elementSize numbers per element;
-    // for string and raw data one text per element, which the storage turns into data items.
+    // The default data: the layout, the default elements as its defaults, and group 0 holding
+    // the same elements. A parameter's storages start from it.
+    CAudioParamStorage defaultData;
+    // The parsed def-values that defaultData is made from, element after element: for numeric
+    // data elementSize numbers per element; for string and raw data one text per element.
     CArray<double> defaultNumbers;
     CArray<CString> defaultTexts;
 
@@ -60,6 +66,16 @@ public:
     const CAudioParamConverter* converter(int32_t element) const;
     // Number of whole elements among the defaults.
     int32_t defaultElementCount() const;
+    // Makes defaultData from the layout and the parsed defaults; fillFromNode does it last.
+    void buildDefaultData();
+
+    // The stored description: version, flags, names, layout, per number of an element its
+    // converter name and range, states, switches, and the default data with all its groups.
+    static constexpr uint32_t kVersion = 1;
+    CError* save(COutputStream& out) const;
+    // Reads what save writes; on failure the record keeps what it had. Converters are looked
+    // up as in parseConverterNames when lookFrom is given, else left null.
+    CError* load(CInputStream& in, const CObject* lookFrom = nullptr, const CString& basePath = CString());
 
     // The whole record from a definition node: `element-size`, `data-type`, the flags,
     // `visual-name`, `param-registry`, `converter`, `converter2`..., `switch-values`,

@@ -267,7 +267,7 @@ TEST_F(CAudioProcessDefTest, ChildrenAreSortedByClass) {
     ASSERT_EQ(make(first, main, "audio:process-def", "a", {}), "");
     ASSERT_EQ(make(bs, main, "audio:process-bypass-state", "s", {{"param", "p"}}), "");
     ASSERT_EQ(make(scope, main, "core:object", "io-params", {}), "");
-    ASSERT_EQ(make(param, main, "audio:param", "gain", {}), "");  // parameter side, no class yet
+    ASSERT_EQ(make(param, main, "audio:param-remap", "gain", {}), "");  // parameter side: left alone here
     ASSERT_EQ(make(ls, main, "audio:process-link-state", "ls", {{"param", "mode"}}), "");
     ASSERT_EQ(make(slot0, main, "audio:param-alloc", "p0", {{"param-name", "y"}}), "");
     ASSERT_EQ(make(slot3Again, main, "audio:param-alloc", "p3b", {{"param-name", "z"}, {"index", "3"}}), "");

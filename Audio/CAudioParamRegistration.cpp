@@ -1,0 +1,27 @@
+#include "Audio/CAudioParamRegistration.h"
+
+#include "Audio/CAudioParamDef.h"
+
+namespace orl {
+
+namespace {
+
+// A declaration reads everything in init; no attribute has a handler.
+const CCreatorRow kParamCreators[] = {
+    {"audio:param", &createObjectOf<CAudioParamDef>, &CObject::fillDescriptors},
+    {nullptr, nullptr, nullptr},
+};
+
+}  // namespace
+
+bool CAudioParamRegistration::ensureCreatorsRegistered() {
+    static const bool registered = registerCreatorTable(kParamCreators);
+    return registered;
+}
+
+namespace {
+// Registered while the library loads, like every other creator table.
+[[maybe_unused]] const bool g_paramsRegistered = CAudioParamRegistration::ensureCreatorsRegistered();
+}  // namespace
+
+}  // namespace orl
