@@ -114,10 +114,7 @@ bool CAudioParam::setValue(double value, int32_t group, const void* source, CAud
     CAudioParamLockContext ctx(*this, lock);
     if (!m_ui.isValid() || !m_ui.isNumeric()) return false;
     CAudioParamChange record;
-    record.setLayoutOf(m_ui);
-    record.group = group;
-    record.count = 1;
-    record.source = source;
+    record.setTarget(m_ui, group, 0, 1, source);
     record.addNumber(value);
     for (int32_t i = 1; i < m_ui.elementSize(); ++i) record.addNumber(m_ui.getNumber(group, 0, i, 0.0));
     return change(record, &ctx, undo);
@@ -128,11 +125,7 @@ bool CAudioParam::setString(int32_t group, int32_t element, const CString& text,
     CAudioParamLockContext ctx(*this, lock);
     if (!m_ui.isValid() || m_ui.dataType() != CAudioParamDataItem::kString) return false;
     CAudioParamChange record;
-    record.setLayoutOf(m_ui);
-    record.group = group;
-    record.start = element;
-    record.count = 1;
-    record.source = source;
+    record.setTarget(m_ui, group, element, 1, source);
     record.addNumber(record.ownData().addString(text));
     return change(record, &ctx, undo);
 }
@@ -142,11 +135,7 @@ bool CAudioParam::setRaw(int32_t group, int32_t element, const void* bytes, uint
     CAudioParamLockContext ctx(*this, lock);
     if (!m_ui.isValid() || m_ui.dataType() != CAudioParamDataItem::kRaw) return false;
     CAudioParamChange record;
-    record.setLayoutOf(m_ui);
-    record.group = group;
-    record.start = element;
-    record.count = 1;
-    record.source = source;
+    record.setTarget(m_ui, group, element, 1, source);
     record.addNumber(record.ownData().addRaw(bytes, size));
     return change(record, &ctx, undo);
 }
@@ -245,11 +234,7 @@ bool CAudioParam::changeElement(int32_t group, int32_t element, const double* nu
                                 const void* source, CAudioParamLockContext& lock,
                                 const CAudioParamUndoContext& undo) {
     CAudioParamChange record;
-    record.setLayoutOf(m_ui);
-    record.group = group;
-    record.start = element;
-    record.count = 1;
-    record.source = source;
+    record.setTarget(m_ui, group, element, 1, source);
     record.numbers = numbers;
     record.data = data;
     return change(record, &lock, undo);

@@ -42,6 +42,15 @@ void CAudioParamChange::setLayoutOf(const CAudioParamStorage& storage) {
     singleElement = storage.isSingleElement();
 }
 
+void CAudioParamChange::setTarget(const CAudioParamStorage& storage, int32_t atGroup, int32_t atStart,
+                                  int32_t elementCount, const void* from) {
+    setLayoutOf(storage);
+    group = atGroup;
+    start = atStart;
+    count = elementCount;
+    source = from;
+}
+
 bool CAudioParamChange::hasLayoutOf(const CAudioParamStorage& storage) const {
     return storage.hasLayout(elementSize, dataType, singleGroup, singleElement);
 }

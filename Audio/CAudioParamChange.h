@@ -28,6 +28,9 @@ public:
 
     // Takes the layout of a storage.
     void setLayoutOf(const CAudioParamStorage& storage);
+    // The layout of storage, and the place and source of a change of `count` elements.
+    void setTarget(const CAudioParamStorage& storage, int32_t atGroup, int32_t atStart, int32_t elementCount,
+                   const void* from);
     bool hasLayoutOf(const CAudioParamStorage& storage) const;
     int32_t numberCount() const { return count > 0 && elementSize > 0 ? count * elementSize : 0; }
 
