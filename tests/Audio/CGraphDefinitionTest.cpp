@@ -1,9 +1,9 @@
 #include <cmath>
-#include <random>
 
 #include "Audio/CAudioProcessDefBase.h"
 #include "Core/CError.h"
 #include "tests/Support/CGraphTest.h"
+#include "tests/Support/CTestSignals.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -11,14 +11,6 @@ using namespace orl::test;
 namespace {
 
 using Signal = std::vector<double>;
-
-Signal noise(size_t n, uint32_t seed) {
-    std::mt19937 gen(seed);
-    std::uniform_real_distribution<double> dist(-1.0, 1.0);
-    Signal v(n);
-    for (double& x : v) x = dist(gen);
-    return v;
-}
 
 CString compiled(const char* name) { return CString(ORL_TEST_DEFINITIONS_DIR) + "/" + name + ".bin"; }
 
@@ -53,7 +45,7 @@ TEST_F(CGraphDefinitionTest, StereoMidSideChainWithItsDryBranchMatchesTheClosedF
     ASSERT_NE(g.m_root, nullptr);
     for (uint32_t block = 0; block < 6; ++block) {
         if (block == 3) g.m_host.set("main.byp.enable", 1.0);  // the 48-sample fade ends in block 3
-        const Signal a = noise(256, 300 + block), b = noise(256, 400 + block);
+        const Signal a = uniformNoise(256, 300 + block), b = uniformNoise(256, 400 + block);
         auto out = g.run({a, b}, {0, 0}, 256);
         if (block >= 4) {
             // The dry branch leaves the junction behind the input router.

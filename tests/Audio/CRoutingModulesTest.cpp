@@ -9,6 +9,7 @@
 
 #include "Audio/Processes/CAudioParamWriter.h"
 #include "tests/Support/CGraphTest.h"
+#include "tests/Support/CTestSignals.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -16,14 +17,6 @@ using namespace orl::test;
 namespace {
 
 using Signal = std::vector<double>;
-
-Signal noise(size_t n, uint32_t seed) {
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> d(-1.0, 1.0);
-    Signal v(n);
-    for (double& x : v) x = d(rng);
-    return v;
-}
 
 CDefNode alloc(const char* param, int index, bool allElements = true) {
     CDefNode n{"audio:param-alloc", param, {{"param-name", param}, {"index", std::to_string(index)}}, {}};
@@ -74,7 +67,7 @@ TEST_F(CRoutingModulesTest, RoutersFollowTheirTablesAndPublishGroupCounts) {
                                                 {alloc("routing", 0), alloc("grouping", 1)}}}));
     g.m_root->setContext(nullptr, &g.m_pool, &params);  // the children find their parameters there
     std::vector<Signal> in;
-    for (uint32_t c = 0; c < 6; ++c) in.push_back(noise(16, c));
+    for (uint32_t c = 0; c < 6; ++c) in.push_back(uniformNoise(16, c));
     auto out = g.run(in, std::vector<int32_t>(6, 0), 16);
     EXPECT_EQ(out, (std::map<int32_t, Signal>{{0, in[2]}, {1, in[0]}, {4, in[4]}}));
     using W = std::vector<std::vector<double>>;
@@ -106,7 +99,7 @@ TEST_F(CRoutingModulesTest, MSCoderPairsByNumberAndPassesTheRest) {
     auto& g = start(graph({CDefNode{
         "audio:modMSCoder", "ms", {}, {alloc("pairs", 0), alloc("mode", 1, false), alloc("bypass", 2, false)}}}));
     std::vector<Signal> in;
-    for (uint32_t c = 0; c < 6; ++c) in.push_back(noise(13, 10 + c));
+    for (uint32_t c = 0; c < 6; ++c) in.push_back(uniformNoise(13, 10 + c));
     for (const bool decoder : {false, true}) {
         g.m_host.set("main.ms.mode", decoder);
         auto out = g.run(in, {0, 1, 2, 3, 4, 5}, 13);
@@ -134,7 +127,7 @@ TEST_F(CRoutingModulesTest, EncodeThenDecodeIsANullTest) {
                            CDefNode{"audio:modMSCoder", "dec", {}, {alloc("pairs", 0), alloc("mode", 1, false)}}}));
     double worst = 0.0;
     for (uint32_t block = 0; block < 4; ++block) {
-        const Signal l = noise(509, 100 + block), r = noise(509, 200 + block);
+        const Signal l = uniformNoise(509, 100 + block), r = uniformNoise(509, 200 + block);
         auto out = g.run({l, r}, {0, 1}, 509);
         for (size_t i = 0; i < l.size(); ++i)
             worst = std::max({worst, std::fabs(out[0][i] - l[i]), std::fabs(out[1][i] - r[i])});
@@ -169,7 +162,7 @@ TEST_F(CRoutingModulesTest, StereoChainMatchesTheClosedForm) {
                            CDefNode{"audio:process-link", "l", {{"src", "inr"}, {"dst", "byp/1"}}, {}}}));
     for (uint32_t block = 0; block < 6; ++block) {
         if (block == 3) g.m_host.set("main.byp.enable", 1.0);  // its 48-sample fade ends within block 3
-        const Signal a = noise(256, 300 + block), b = noise(256, 400 + block);
+        const Signal a = uniformNoise(256, 300 + block), b = uniformNoise(256, 400 + block);
         auto out = g.run({a, b}, {0, 0}, 256);
         if (block >= 4) {
             EXPECT_EQ(out[0], a);

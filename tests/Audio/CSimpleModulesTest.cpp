@@ -13,6 +13,7 @@
 #include "Audio/Processes/CModOutput.h"
 #include "Audio/Processes/CSimpleModuleKernel.h"
 #include "tests/Support/CGraphTest.h"
+#include "tests/Support/CTestSignals.h"
 
 using namespace orl;
 using namespace orl::test;
@@ -22,14 +23,6 @@ namespace {
 using Signal = std::vector<double>;
 using Attrs = std::vector<std::pair<std::string, std::string>>;
 constexpr double kRate = 48000.0;
-
-Signal noise(size_t n, uint32_t seed, double lo = -1.0, double hi = 1.0) {
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> d(lo, hi);
-    Signal v(n);
-    for (double& x : v) x = d(rng);
-    return v;
-}
 
 CDefNode alloc(const char* param, int index, const char* extra = nullptr) {
     CDefNode n{"audio:param-alloc", param, {{"param-name", param}, {"index", std::to_string(index)}}, {}};
@@ -80,7 +73,7 @@ protected:
 TEST_F(CSimpleModulesTest, KernelBuildsAgreeBitForBit) {
     if (!CSimpleModuleKernel::avx2()) GTEST_SKIP() << "no AVX2+FMA here";
     for (const int32_t n : {3, 131}) {
-        const Signal a = noise(n, 1), b = noise(n, 2, 0.1, 2.0);
+        const Signal a = uniformNoise(n, 1), b = uniformNoise(n, 2, 0.1, 2.0);
         auto all = [&](const CSimpleModuleKernel& k) {
             std::vector<Signal> r(8, Signal(n));
             k.multiply(r[0].data(), a.data(), b.data(), n);
@@ -167,7 +160,7 @@ TEST_F(CSimpleModulesTest, DelayChangeMakesNoClick) {
 // port 1 carrying input 2 as channel 0 of group 0: channel 0 takes it by index, channel 1 as the
 // last of its group; channel 2 (group 1) has no factor and passes unchanged.
 TEST_F(CSimpleModulesTest, MultRoutinesAndTheGroupsFactor) {
-    const Signal a0 = noise(100, 1), a1 = noise(100, 2), b = noise(100, 3, 0.1, 1.0);
+    const Signal a0 = uniformNoise(100, 1), a1 = uniformNoise(100, 2), b = uniformNoise(100, 3, 0.1, 1.0);
     struct CCase {
         const char *inverted, *division;
         double (*f)(double, double);
@@ -211,7 +204,7 @@ TEST_F(CSimpleModulesTest, GainClosedFormAndMute) {
                                "g",
                                {},
                                {alloc("gain", 0), alloc("mute", 1), alloc("phase-invert", 2)}}}});
-    const Signal x = noise(300, 9);
+    const Signal x = uniformNoise(300, 9);
     for (const double sign : {1.0, -1.0}) {
         g.m_host.set("main.g.phase-invert", sign < 0);
         const Signal y = g.run({x}, {0}, 300)[0];
@@ -247,7 +240,7 @@ TEST_F(CSimpleModulesTest, BypassAndSoloOutcomes) {
     const CCase cases[] = {{true, 0, -1, {kWet, kWet}},    {true, 1, -1, {kDry, kDry}},
                            {true, 0, 1, {kSilent, kWet}},  {true, 1, 1, {kSilent, kDry}},
                            {false, 1, -1, {kSilent, kSilent}}, {false, 0, 1, {kSilent, kWet}}};
-    const Signal x = noise(64, 11, 0.1, 1.0);
+    const Signal x = uniformNoise(64, 11, 0.1, 1.0);
     for (const CCase& c : cases) {
         SCOPED_TRACE(testing::Message() << "source=" << c.source << " enable=" << c.enable << " solo=" << c.soloGroup);
         CTestParamHost& h = fresh();
@@ -277,7 +270,7 @@ TEST_F(CSimpleModulesTest, BypassAndSoloOutcomes) {
 // channels as its records and tells its sink the latency that reached it: once, again when it
 // changes, and nothing in a block without input.
 TEST_F(CSimpleModulesTest, JunctionAndOutputHandOnAndReportLatency) {
-    const Signal x = noise(16, 3);
+    const Signal x = uniformNoise(16, 3);
     EXPECT_EQ(start({"audio:modNode", "junction", {}, {}}).run({x, x}, {0, 1}, 16),
               (std::map<int32_t, Signal>{{0, x}, {1, x}}));
 
