@@ -31,6 +31,10 @@ protected:
 
 }  // namespace
 
+// Stereo through input router (channels swapped), M/S encoder, a gain of its own on mid and on
+// side, decoder, bypass and output router (swapped back), against the closed form
+//   out0 = in0 (gm + gs) / 2 + in1 (gm - gs) / 2,   out1 = in1 (gm + gs) / 2 + in0 (gm - gs) / 2.
+// Bypass then fades to the dry signal taken at the junction after the input router: the input itself.
 TEST_F(CGraphDefinitionTest, StereoMidSideChainWithItsDryBranchMatchesTheClosedForm) {
     const double gm = std::pow(10.0, -3.0 / 20.0), gs = -std::pow(10.0, 4.5 / 20.0);
     CTestParamHost& h = host();
