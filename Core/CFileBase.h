@@ -29,11 +29,12 @@ public:
     CError* getSize(uint64_t& out) override;
     CError* setPosition(uint64_t position) override;
 
-protected:
-    void attach(int handle, const CString& name, bool standard);
     // The bytes handed to the system for a path: 8-bit text as it is (it usually came from
     // the system), 16-bit text encoded as UTF-8.
     static CString systemPath(const CString& path);
+
+protected:
+    void attach(int handle, const CString& name, bool standard);
 
     int m_handle = -1;
     bool m_standard = false;
