@@ -1,6 +1,7 @@
 #include "Audio/CAudioParamRegistration.h"
 
 #include "Audio/CAudioParamDef.h"
+#include "Audio/CAudioParamSharedStorage.h"
 
 namespace orl {
 
@@ -9,6 +10,7 @@ namespace {
 // A declaration reads everything in init; no attribute has a handler.
 const CCreatorRow kParamCreators[] = {
     {"audio:param", &createObjectOf<CAudioParamDef>, &CObject::fillDescriptors},
+    {"audio:param-shared-storage", &createObjectOf<CAudioParamSharedStorage>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 
