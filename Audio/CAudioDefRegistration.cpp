@@ -1,4 +1,7 @@
+#include "Audio/CAudioEnv.h"
 #include "Audio/CAudioParamAllocDef.h"
+#include "Audio/CAudioParamCollector.h"
+#include "Audio/CAudioParamRemapDef.h"
 #include "Audio/CAudioProcessBypassStateDef.h"
 #include "Audio/CAudioProcessDef.h"
 #include "Audio/CAudioProcessLinkDef.h"
@@ -16,6 +19,10 @@ const CCreatorRow kAudioDefCreators[] = {
     {"audio:process-link-state", &createObjectOf<CAudioProcessLinkStateDef>, &CObject::fillDescriptors},
     {"audio:process-bypass-state", &createObjectOf<CAudioProcessBypassStateDef>, &CObject::fillDescriptors},
     {"audio:param-alloc", &createObjectOf<CAudioParamAllocDef>, &CObject::fillDescriptors},
+    {"audio:param-remap", &createObjectOf<CAudioParamRemapDef>, &CObject::fillDescriptors},
+    // The run-time objects of an instance that the graph depends on.
+    {"audio:env", &createObjectOf<CAudioEnv>, &CObject::fillDescriptors},
+    {"audio:param-collector", &createObjectOf<CAudioParamCollector>, &CObject::fillDescriptors},
     {"audio:modNode", &createObjectOf<CModNodeDef>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };

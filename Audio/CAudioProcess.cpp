@@ -257,16 +257,13 @@ void CAudioProcess::reconcileChildren() {
             if (link.dst == i) inputs += link.useCount;
         }
         if (inputs > 0 && !record.instance && !record.passThrough) {
-            CAudioProcessBase* child = createProcessFromDef(record.def, false);
-            if (!child) continue;
-            child->setContext(this, m_pool, m_params);
-            child->setIdentity(record.name, record.def, m_group, m_element + record.def->stackIndexShift());
-            if (CError* err = child->init()) {
+            CAudioProcessBase* child = nullptr;
+            if (CError* err = makeProcess(child, record.def, false, this, m_pool, m_params, record.name, m_group,
+                                          m_element + record.def->stackIndexShift())) {
                 logError(err);
                 deleteError(err);
-                delete child;
-                continue;
             }
+            if (!child) continue;
             record.instance = child;
         } else if (inputs == 0 && record.instance) {
             destroyChild(record);

@@ -3,6 +3,10 @@
 #include <cmath>
 
 #include "Audio/CAudioParamAllocDef.h"
+#include "Audio/CAudioParamCollector.h"
+#include "Audio/CAudioParamDef.h"
+#include "Audio/CAudioParamRemapDef.h"
+#include "Audio/CDefNameResolver.h"
 #include "Audio/CAudioProcessDefBase.h"
 #include "Audio/CDSPModDelay.h"
 #include "Audio/CSampleBufferPool.h"
@@ -46,6 +50,34 @@ void CAudioProcessBase::setIdentity(const CString& name, const CAudioProcessDefB
     m_def = def;
     m_group = group;
     m_element = element;
+    if (!m_owner || m_owner->path().isEmpty())
+        m_path = name;
+    else if (m_owner->def() == def)
+        m_path = m_owner->path();
+    else
+        m_path = m_owner->path() + "." + name;
+}
+
+void CAudioProcessBase::instantiateParamSide() {
+    auto* collector = dynamic_cast<CAudioParamCollector*>(m_params);
+    if (!collector || !m_def) return;
+    // Remaps first, so that a declared parameter that has one never comes to exist under its
+    // own name.
+    for (const auto& decl : m_def->paramRemaps()) {
+        const CString base = decl.scope.isEmpty() ? m_path : m_path + "." + decl.scope;
+        for (const CAudioParamRemapDef::CRemap& remap : decl.def->remaps()) {
+            collector->addRemap(CDefNameResolver::resolve(base, remap.orig),
+                                CDefNameResolver::resolve(base, remap.target));
+        }
+    }
+    for (const auto& decl : m_def->paramDecls()) {
+        const CString name = m_path + "." + decl.localName;
+        // An alias belongs to its target, which has a declaration of its own.
+        if (collector->isRemapped(name)) continue;
+        collector->allocateParam(*collector->getParam(name), decl.def->info());
+    }
+    // Parameter filters and shared storage of the definition are instantiated here next, in
+    // that order, once their classes exist.
 }
 
 int32_t CAudioProcessBase::findSource(const CAudioProcessBase* node, int32_t port) const {
@@ -125,7 +157,9 @@ void CAudioProcessBase::registerAllocs() {
     if (!m_params) return;
     for (CAlloc* alloc : m_allocs) {
         if (alloc->registered) continue;
-        alloc->param = m_params->findParam(m_def->resolveName(alloc->def->paramName()));
+        const CString& local = alloc->def->paramName();
+        alloc->param = m_params->findParam(m_path.isEmpty() ? m_def->resolveName(local)
+                                                            : CDefNameResolver::resolve(m_path, local));
         if (!alloc->param) continue;
         alloc->listener.updatePending = updatePendingFlag();
         alloc->listener.changedMask = &alloc->changedMask;

@@ -59,7 +59,14 @@ public:
 
     // Wiring, done by the owner before the first block.
     void setContext(CAudioProcessBase* owner, CSampleBufferPool* pool, CAudioParamHost* params);
+    // Also gives the node its full path: the owner's path and the name, or the owner's path for
+    // an inner instance of the owner's own definition (a stack's instances).
     void setIdentity(const CString& name, const CAudioProcessDefBase* def, int32_t group, int32_t element);
+    // The parameter side of the definition, when the host is a real collector: the remaps, with
+    // names resolved against the node's path, then the declared parameters allocated under
+    // that path (plain scopes adding their names). Done once per node before init, so that
+    // modules bind to parameters that have their definitions; never for inner instances.
+    void instantiateParamSide();
     // Replaces the list of (upstream node, port) sources, keeping the state of those that stay.
     void setSources(const CAudioProcessBase* const* nodes, const int32_t* ports, int32_t count);
     // Sources fed from outside the graph (node null), one for each port: the root and the
@@ -78,6 +85,8 @@ public:
     void releaseOutputs();
 
     const CString& name() const { return m_name; }
+    // The dotted path of the node, under which its parameters are named.
+    const CString& path() const { return m_path; }
     const CAudioProcessDefBase* def() const { return m_def; }
     int32_t group() const { return m_group; }
     int32_t element() const { return m_element; }
@@ -125,6 +134,7 @@ protected:
     bool m_allocsMade = false;
 
     CString m_name;
+    CString m_path;
     const CAudioProcessDefBase* m_def = nullptr;
     CAudioProcessBase* m_owner = nullptr;
     CSampleBufferPool* m_pool = nullptr;

@@ -1,6 +1,8 @@
 #include "Audio/CAudioProcessDefBaseInit.h"
 
 #include "Audio/CAudioParamAllocDef.h"
+#include "Audio/CAudioParamDef.h"
+#include "Audio/CAudioParamRemapDef.h"
 #include "Audio/CDefNameResolver.h"
 #include "Core/CError.h"
 #include "Core/CLog.h"
@@ -22,9 +24,26 @@ CString CAudioProcessDefBaseInit::resolveName(const CString& name) const {
     return CDefNameResolver::resolve(fullName(), name);
 }
 
+void CAudioProcessDefBaseInit::collectParamSide(const CObject* obj, const CString& scope) {
+    for (int32_t i = 0; i < obj->childCount(); ++i) {
+        const CObject* c = obj->child(i);
+        const CString local = scope.isEmpty() ? c->baseName() : scope + "." + c->baseName();
+        if (const auto* decl = dynamic_cast<const CAudioParamDef*>(c)) {
+            m_paramDecls.add(CParamDecl{local, decl});
+        } else if (const auto* remap = dynamic_cast<const CAudioParamRemapDef*>(c)) {
+            m_paramRemaps.add(CRemapDecl{scope, remap});
+        } else if (c->tag() == "core:object") {
+            collectParamSide(c, local);
+        }
+    }
+}
+
 CError* CAudioProcessDefBaseInit::initChilds() {
     m_paramAllocs.clear();
     m_nameScopes.clear();
+    m_paramDecls.clear();
+    m_paramRemaps.clear();
+    collectParamSide(this, CString());
     for (int32_t i = 0; i < childCount(); ++i) {
         CObject* c = child(i);
         if (auto* alloc = dynamic_cast<CAudioParamAllocDef*>(c)) {

@@ -8,6 +8,8 @@
 namespace orl {
 
 class CAudioParamAllocDef;
+class CAudioParamDef;
+class CAudioParamRemapDef;
 
 // The parameter side of a process definition: the bindings of parameters to module inputs and
 // the plain name scopes under which parameters of the process are grouped.
@@ -25,6 +27,20 @@ public:
     // parameters below it.
     const CArray<CObject*>& nameScopes() const { return m_nameScopes; }
 
+    // Parameter declarations of the process, each with its name below the process: the names
+    // of the plain scopes it stands in, then its own ("comp-params.attack").
+    struct CParamDecl {
+        CString localName;
+        const CAudioParamDef* def = nullptr;
+    };
+    const CArray<CParamDecl>& paramDecls() const { return m_paramDecls; }
+    // Remaps of the process, each with the scope it stands in ("" directly below the process).
+    struct CRemapDecl {
+        CString scope;
+        const CAudioParamRemapDef* def = nullptr;
+    };
+    const CArray<CRemapDecl>& paramRemaps() const { return m_paramRemaps; }
+
     // A name written in this definition as a full dotted name, relative to this definition.
     CString resolveName(const CString& name) const;
 
@@ -33,8 +49,13 @@ public:
     static bool ensureCreatorsRegistered();
 
 private:
+    // Declarations and remaps below obj, scope being the names of the scopes above them.
+    void collectParamSide(const CObject* obj, const CString& scope);
+
     CMap<int32_t, CAudioParamAllocDef*> m_paramAllocs;
     CArray<CObject*> m_nameScopes;
+    CArray<CParamDecl> m_paramDecls;
+    CArray<CRemapDecl> m_paramRemaps;
 };
 
 }  // namespace orl

@@ -49,17 +49,13 @@ void CAudioProcessStack::reconcileInstances() {
             }
         }
         if (!process) {
-            process = createProcessFromDef(m_def, true);
-            if (!process) continue;
-            process->setContext(this, m_pool, m_params);
             const int32_t shift = m_def ? m_def->stackIndexShift() : 0;
-            process->setIdentity(m_name, m_def, isChannelStack() ? groupOfKey[key] : key, shift + key);
-            if (CError* err = process->init()) {
+            if (CError* err = makeProcess(process, m_def, true, this, m_pool, m_params, m_name,
+                                          isChannelStack() ? groupOfKey[key] : key, shift + key)) {
                 logError(err);
                 deleteError(err);
-                delete process;
-                continue;
             }
+            if (!process) continue;
         }
         int32_t portCount = 0;
         for (int32_t p = 0; p < kMaxPorts; ++p) {

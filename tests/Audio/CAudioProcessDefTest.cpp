@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Audio/CAudioParamAllocDef.h"
+#include "Audio/CAudioParamRemapDef.h"
 #include "Audio/CAudioProcessBypassStateDef.h"
 #include "Audio/CAudioProcessLinkDef.h"
 #include "Audio/CAudioProcessLinkStateDef.h"
@@ -259,7 +260,7 @@ TEST_F(CAudioProcessDefTest, ChildrenAreSortedByClass) {
     CAudioProcessLinkStateDef* ls = nullptr;
     CAudioProcessBypassStateDef* bs = nullptr;
     CAudioParamAllocDef *slot3 = nullptr, *slot0 = nullptr, *slot3Again = nullptr;
-    CObject *scope = nullptr, *param = nullptr;
+    CObject *scope = nullptr, *param = nullptr, *remap = nullptr;
     ASSERT_EQ(make(second, main, "audio:process-def", "b", {}), "");
     ASSERT_EQ(make(always, main, "audio:process-link", "l", {{"src", "*"}, {"dst", "b"}}), "");
     ASSERT_EQ(make(slot3, main, "audio:param-alloc", "p3", {{"param-name", "x"}, {"index", "3"}}), "");
@@ -267,7 +268,7 @@ TEST_F(CAudioProcessDefTest, ChildrenAreSortedByClass) {
     ASSERT_EQ(make(first, main, "audio:process-def", "a", {}), "");
     ASSERT_EQ(make(bs, main, "audio:process-bypass-state", "s", {{"param", "p"}}), "");
     ASSERT_EQ(make(scope, main, "core:object", "io-params", {}), "");
-    ASSERT_EQ(make(param, main, "audio:param-remap", "gain", {}), "");  // parameter side: left alone here
+    ASSERT_EQ(make(remap, main, "audio:param-remap", "gain", {{"orig", "gain"}, {"new", "^gain"}}), "");
     ASSERT_EQ(make(ls, main, "audio:process-link-state", "ls", {{"param", "mode"}}), "");
     ASSERT_EQ(make(slot0, main, "audio:param-alloc", "p0", {{"param-name", "y"}}), "");
     ASSERT_EQ(make(slot3Again, main, "audio:param-alloc", "p3b", {{"param-name", "z"}, {"index", "3"}}), "");
@@ -287,6 +288,8 @@ TEST_F(CAudioProcessDefTest, ChildrenAreSortedByClass) {
     EXPECT_EQ(main->paramAllocs().begin()->second, slot0);
     EXPECT_EQ(main->paramAlloc(3), slot3);  // the first binding of a slot stays
     EXPECT_EQ(main->paramAlloc(1), nullptr);
+    ASSERT_EQ(main->paramRemaps().count(), 1);
+    EXPECT_TRUE(static_cast<const CObject*>(main->paramRemaps()[0].def) == remap && main->paramRemaps()[0].scope.isEmpty());
 
     // Anything else below a subgraph is refused; the frame names the child.
     // (The finished tree is read-only, having no shared root to belong to: the next one stands beside it.)

@@ -37,18 +37,18 @@ protected:
 // Bypass then fades to the dry signal taken at the junction after the input router: the input itself.
 TEST_F(CGraphDefinitionTest, StereoMidSideChainWithItsDryBranchMatchesTheClosedForm) {
     const double gm = std::pow(10.0, -3.0 / 20.0), gs = -std::pow(10.0, 4.5 / 20.0);
-    CTestParamHost& h = host();
-    h.add("main.inr.routing", 1, 2, 0.0, true).m_values[0] = {2, 1};
-    h.add("main.outr.routing", 1, 2, 0.0, true).m_values[0] = {2, 1};
-    h.add("main.enc.pairs", 1, 2, 1.0, true);
-    h.add("main.dec.pairs", 1, 2, 1.0, true);
-    h.add("main.dec.mode", 8, 1, 1.0);
-    h.add("main.gain.gain", 8, 2, 1.0).m_values[0] = {gm, gs};  // element = channel: mid, side
-    h.add("main.byp.enable", 8, 2, 0.0);
+    CTestCollector& c = collector();
+    c.declare("main.inr.routing", 1, "2, 1", true);
+    c.declare("main.outr.routing", 1, "2, 1", true);
+    c.declare("main.enc.pairs", 1, "1, 1", true);
+    c.declare("main.dec.pairs", 1, "1, 1", true);
+    c.declare("main.dec.mode", 8, "1");
+    c.declare("main.gain.gain", 8, CString::format("%.17g, %.17g", gm, gs).narrowed().c8());  // element = channel
+    c.declare("main.byp.enable", 8, "0, 0");
     CTestGraphRunner& g = startFromTree("RoutingGraphs.xml", "main");
     ASSERT_NE(g.m_root, nullptr);
     for (uint32_t block = 0; block < 6; ++block) {
-        if (block == 3) g.m_host.set("main.byp.enable", 1.0);  // the 48-sample fade ends in block 3
+        if (block == 3) c.set("main.byp.enable", 1.0);  // the 48-sample fade ends in block 3
         const Signal a = uniformNoise(256, 300 + block), b = uniformNoise(256, 400 + block);
         auto out = g.run({a, b}, {0, 0}, 256);
         if (block >= 4) {
@@ -66,17 +66,20 @@ TEST_F(CGraphDefinitionTest, StereoMidSideChainWithItsDryBranchMatchesTheClosedF
 }
 
 TEST_F(CGraphDefinitionTest, BypassStateAndResolvedParameterNames) {
-    CTestParamHost& h = host();
-    h.add("states.level", 8, 1, 2.0);  // "^level" from states.a
-    h.add("trim", 8, 1, 3.0);          // "/trim"
-    h.add("states.bp", 1, 1, 0.0);
+    CTestCollector& c = collector();
+    c.declare("states.level", 8, "2");  // "^level" from states.a
+    c.declare("trim", 8, "3");          // "/trim"
+    c.declare("states.bp", 1, "0");
     CTestGraphRunner& g = startFromTree("RoutingGraphs.xml", "states");
     ASSERT_NE(g.m_root, nullptr);
     EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 6.0);
-    g.m_host.set("states.bp", 1.0);
+    c.set("states.bp", 1.0);
     EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 2.0);
-    g.m_host.set("states.bp", 0.0);
+    c.set("states.bp", 0.0);
     EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 6.0);
+    // The graph bound through the collector: the three parameters and no others.
+    EXPECT_EQ(c.collector().paramCount(), 3);
+    EXPECT_EQ(c.collector().bindingCount(c.param("states.bp")), 1);
 }
 
 TEST_F(CGraphDefinitionTest, ABadLinkFailsTheLoadWithItsMessageAndPath) {

@@ -38,11 +38,16 @@ class CGraphAllocation : public CGraphTest {};
 }  // namespace
 
 // A warm graph with smooth and direct parameter changes, crossfades, latency compensation,
-// combiners and a stack runs 10,000 blocks without touching the general heap.
+// combiners and a stack runs 10,000 blocks without touching the general heap. The changes go the
+// whole way: made on the UI side, listed by the collector, taken and applied at a block start.
 TEST_F(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
     const char* xfade = "0.002";
     auto alloc = [](const char* name, const char* smooth) {
-        return CDefNode{"audio:param-alloc", "alloc", {{"param-name", name}, {"index", "0"}, {"is-smooth-update", smooth}}, {}};
+        // One node serves both groups' channels: it hears the changes of every group.
+        return CDefNode{"audio:param-alloc",
+                        "alloc",
+                        {{"param-name", name}, {"index", "0"}, {"is-smooth-update", smooth}, {"use-all-groups", "true"}},
+                        {}};
     };
     CDefNode root{"audio:process-def",
                   "main",
@@ -62,18 +67,21 @@ TEST_F(CGraphAllocation, WarmGraphRunsWithoutHeapAllocation) {
                    CDefNode{"audio:process-link", "l", {{"src", "late"}, {"dst", "sum"}}, {}},
                    CDefNode{"audio:process-link", "l", {{"src", "sum"}, {"dst", "st"}}, {}},
                    CDefNode{"audio:process-link", "l", {{"src", "st"}, {"dst", "*"}}, {}}}};
-    host().add("main.smooth.g", 8, 1, 1.0);
-    host().add("main.direct.g", 8, 1, 1.0);
-    host().add("main.st.inner.g", 8, 1, 1.0);
+    CTestCollector& c = collector();
+    c.declare("main.smooth.g", 8, "1");
+    c.declare("main.direct.g", 8, "1");
+    c.declare("main.st.inner.g", 8, "1");
     CTestGraphRunner* runner = &start(root);
 
     std::vector<double> left(512, 0.25), right(512, -0.5);
     const double* inputs[] = {left.data(), right.data()};
     const int32_t groups[] = {0, 1};
+    // Names made before counting: the test's own strings are not the graph's business.
+    const std::string smoothG("main.smooth.g"), innerG("main.st.inner.g"), directG("main.direct.g");
     auto block = [&](int32_t i) {
-        if (i % 40 == 0) runner->m_host.set("main.smooth.g", 1.0 + (i % 7) * 0.1);
-        if (i % 40 == 20) runner->m_host.set("main.st.inner.g", 0.5 + (i % 5) * 0.1, i % 2);
-        if (i % 13 == 0) runner->m_host.set("main.direct.g", 0.9 + (i % 3) * 0.05);
+        if (i % 40 == 0) c.set(smoothG, 1.0 + (i % 7) * 0.1);
+        if (i % 40 == 20) c.set(innerG, 0.5 + (i % 5) * 0.1, i % 2);
+        if (i % 13 == 0) c.set(directG, 0.9 + (i % 3) * 0.05);
         const int32_t count = 1 + (i * 37) % 512;  // sizes vary, as hosts do
         runner->runInPlace(inputs, groups, 2, count, 48000.0);
         runner->m_root->releaseOutputs();
@@ -107,8 +115,9 @@ TEST_F(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
                             {alloc("linking", "2")}},
                    CDefNode{"audio:modRMS", "rms", {}, {}},
                    CDefNode{"audio:modPolyComp2", "comp", {}, {alloc("threshold", "2")}}}};
-    host().add("main.level.linking", 8, 1, 0.5);
-    host().add("main.comp.threshold", 8, 1, -20.0);
+    CTestCollector& c = collector();
+    c.declare("main.level.linking", 8, "0.5");
+    c.declare("main.comp.threshold", 8, "-20");
     CTestGraphRunner* runner = &start(root);
 
     std::vector<double> left(512), right(512);
@@ -121,8 +130,8 @@ TEST_F(CGraphAllocation, DetectorsAndGainComputerRunWithoutHeapAllocation) {
     // Names made before counting: the test's own strings are not the graph's business.
     const std::string linking("main.level.linking"), threshold("main.comp.threshold");
     auto block = [&](int32_t i) {
-        if (i % 50 == 0) runner->m_host.set(linking, 0.4 + (i % 3) * 0.1);
-        if (i % 30 == 0) runner->m_host.set(threshold, -20.0 - (i % 4));
+        if (i % 50 == 0) c.set(linking, 0.4 + (i % 3) * 0.1);
+        if (i % 30 == 0) c.set(threshold, -20.0 - (i % 4));
         // Block sizes over eight buffer classes; the whole pattern repeats every 600 blocks, so
         // the warm-up has met every combination of size and change that the run will meet.
         runner->runInPlace(inputs, groups, 2, 64 + (i % 8) * 56, 48000.0);
@@ -176,17 +185,17 @@ TEST_F(CGraphAllocation, RoutingAndSimpleModulesRunWithoutHeapAllocation) {
                             {{"is-output", "true"}},
                             {alloc("routing", "0", "use-all-elements")}},
                    link("gain", "delay"), link("delay", "mult/1"), link("inr", "byp/1")}};
-    CTestParamHost& h = host();
-    h.add("main.inr.routing", 1, 2, 0.0, true).m_values[0] = {1, 2};
-    h.add("main.inr.grouping", 1, 2, 0.0, true);
-    h.add("main.enc.pairs", 1, 2, 1.0, true);
-    h.add("main.dec.pairs", 1, 2, 1.0, true);
-    h.add("main.dec.mode", 8, 1, 1.0);
-    h.add("main.gain.gain", 8, 2, 0.5);  // per-channel parameters: an element for each channel
-    h.add("main.delay.time", 8, 2, 0.004);
-    h.add("main.byp.enable", 8, 2, 0.0);
-    h.add("main.byp.group-solo", 8, 2, 0.0);
-    h.add("main.outr.routing", 1, 2, 0.0, true).m_values[0] = {1, 2};
+    CTestCollector& c = collector();
+    c.declare("main.inr.routing", 1, "1, 2", true);
+    c.declare("main.inr.grouping", 1, "0, 0", true);
+    c.declare("main.enc.pairs", 1, "1, 1", true);
+    c.declare("main.dec.pairs", 1, "1, 1", true);
+    c.declare("main.dec.mode", 8, "1");
+    c.declare("main.gain.gain", 8, "0.5, 0.5");  // per-channel parameters: an element for each channel
+    c.declare("main.delay.time", 8, "0.004, 0.004");
+    c.declare("main.byp.enable", 8, "0, 0");
+    c.declare("main.byp.group-solo", 8, "0, 0");
+    c.declare("main.outr.routing", 1, "1, 2", true);
     CTestGraphRunner* runner = &start(root);
 
     std::vector<double> left(512), right(512);
@@ -199,10 +208,10 @@ TEST_F(CGraphAllocation, RoutingAndSimpleModulesRunWithoutHeapAllocation) {
     const std::string gain("main.gain.gain"), time("main.delay.time"), enable("main.byp.enable"),
         solo("main.byp.group-solo");
     auto block = [&](int32_t i) {
-        if (i % 40 == 0) runner->m_host.set(gain, 0.4 + (i % 3) * 0.1);
-        if (i % 30 == 0) runner->m_host.set(time, 0.001 * ((i / 30) % 5));
-        if (i % 60 == 30) runner->m_host.set(enable, (i / 60) % 2);
-        if (i % 90 == 45) runner->m_host.set(solo, (i / 90) % 2, 1);
+        if (i % 40 == 0) c.set(gain, 0.4 + (i % 3) * 0.1);
+        if (i % 30 == 0) c.set(time, 0.001 * ((i / 30) % 5));
+        if (i % 60 == 30) c.set(enable, (i / 60) % 2);
+        if (i % 90 == 45) c.set(solo, (i / 90) % 2, 1);
         // The changes and the block sizes repeat every 1800 blocks, so the warm-up meets every
         // combination that the run will meet.
         runner->runInPlace(inputs, groups, 2, 64 + (i % 8) * 56, 48000.0);
@@ -220,4 +229,23 @@ TEST_F(CGraphAllocation, RoutingAndSimpleModulesRunWithoutHeapAllocation) {
     EXPECT_EQ(mult->inputLatency(), 480);
     EXPECT_EQ(terminal("gain")->spareCount(), 2);
     EXPECT_EQ(terminal("byp")->spareCount(), 2);
+}
+
+// A change whose numbers don't fit a record's own room (16 elements) takes its copy from the
+// pools, and the entry goes back there when the audio side has taken it.
+TEST_F(CGraphAllocation, ChangesOfManyElementsCrossWithoutHeapAllocation) {
+    CTestCollector& c = collector();
+    CAudioParam& eq = c.declare("main.eq.gains", 8, "0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0");
+    const std::string name("main.eq.gains");
+    auto round = [&](int32_t i) {
+        c.set(name, 0.25 * (i % 9), i % 3);
+        c.set(name, -0.5 * (i % 5), i % 3);
+        c.drain();
+    };
+    for (int32_t i = 0; i < 200; ++i) round(i);
+    CAllocationCounter::start();
+    for (int32_t i = 200; i < 2200; ++i) round(i);
+    EXPECT_EQ(CAllocationCounter::stop(), 0);
+    EXPECT_EQ(eq.audioStorage().getValue(2199 % 3, 15, 99.0), -0.5 * (2199 % 5));
+    EXPECT_EQ(eq.audioStorage().elementCount(0), 16);
 }

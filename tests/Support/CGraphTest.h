@@ -6,6 +6,7 @@
 #include "Audio/CAudioProcess.h"
 #include "Audio/CAudioProcessTerminalBase.h"
 #include "Audio/Processes/CSignalModules.h"
+#include "tests/Support/CTestCollector.h"
 #include "tests/Support/CTestGraph.h"
 
 namespace orl::test {
@@ -22,6 +23,7 @@ protected:
     }
     void TearDown() override {
         m_runner.reset();
+        m_collector.reset();
         m_defs->destroy();
         CObject::setSharedRoot(nullptr);
         m_shared->destroy();
@@ -29,6 +31,20 @@ protected:
     CTestParamHost& host() {
         if (!m_runner) m_runner = std::make_unique<CTestGraphRunner>();
         return m_runner->m_host;
+    }
+    // The graph's parameters from a real collector instead of host(); declared in it before
+    // start, changed through it, and applied at each block start.
+    CTestCollector& collector() {
+        if (!m_collector) {
+            CError* err = m_shared->loadXMLData(CString("SharedData.xml"), true);
+            EXPECT_EQ(err, nullptr);
+            deleteError(err);
+            m_collector = std::make_unique<CTestCollector>();
+            m_collector->setStarted(true);
+            host();
+            m_runner->m_collector = &m_collector->collector();
+        }
+        return *m_collector;
     }
     // A fresh runner and definition tree, so that the next "main" keeps its name.
     CTestParamHost& fresh() {
@@ -52,6 +68,7 @@ protected:
     CObject* m_shared = nullptr;
     CObject* m_defs = nullptr;
     std::unique_ptr<CTestGraphRunner> m_runner;
+    std::unique_ptr<CTestCollector> m_collector;
 };
 
 }  // namespace orl::test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioProcessFactory.h"
 #include "Audio/CAudioProcessTerminalBase.h"
 #include "Core/CError.h"
@@ -114,14 +115,12 @@ CObject* buildDef(CObject* parent, const CDefNode& node) {
 }
 
 void CTestGraphRunner::start(const CAudioProcessDefBase* def) {
-    m_root = createProcessFromDef(def, false);
-    m_root->setContext(nullptr, &m_pool, &m_host);
-    m_root->setIdentity(def->baseName(), def, 0, 0);
-    if (CError* err = m_root->init()) {
+    CAudioParamHost* params = m_collector ? static_cast<CAudioParamHost*>(m_collector) : &m_host;
+    if (CError* err = makeProcess(m_root, def, false, nullptr, &m_pool, params, def->baseName(), 0, 0)) {
         ADD_FAILURE() << err->text().narrowed().c8();
         deleteError(err);
     }
-    m_root->setExternalSources(1);
+    if (m_root) m_root->setExternalSources(1);
 }
 
 CTestGraphRunner::~CTestGraphRunner() {
@@ -132,6 +131,7 @@ CTestGraphRunner::~CTestGraphRunner() {
 
 void CTestGraphRunner::runInPlace(const double* const* inputs, const int32_t* groups, int32_t channels,
                                   int32_t count, double sampleRate) {
+    if (m_collector) m_collector->applyChanges(m_collector->takeChanges());
     for (int32_t c = 0; c < channels; ++c) {
         CAudioChannel ch;
         ch.index = c;

@@ -12,6 +12,10 @@
 #include "Core/CObject.h"
 #include "tests/Support/CTestParamHost.h"
 
+namespace orl {
+class CAudioParamCollector;
+}
+
 namespace orl::test {
 
 // Small modules for graph tests. Each reads its settings from its definition's attributes.
@@ -85,6 +89,9 @@ public:
 
     CSampleBufferPool m_pool;
     CTestParamHost m_host;
+    // A real collector instead of m_host, set before start: its changes are applied at each
+    // block start, as the shell does.
+    CAudioParamCollector* m_collector = nullptr;
     CAudioProcessBase* m_root = nullptr;
 
 private:
