@@ -1,5 +1,8 @@
 #include "Audio/CAudioParamRegistration.h"
 
+#include "Audio/CAudioCCTable.h"
+#include "Audio/CAudioExtParam.h"
+#include "Audio/CAudioExtParamList.h"
 #include "Audio/CAudioParamDef.h"
 #include "Audio/CAudioParamSharedStorage.h"
 
@@ -7,10 +10,14 @@ namespace orl {
 
 namespace {
 
-// A declaration reads everything in init; no attribute has a handler.
+// Declarations and the host-visible parameters read everything in init; no attribute has a
+// handler.
 const CCreatorRow kParamCreators[] = {
     {"audio:param", &createObjectOf<CAudioParamDef>, &CObject::fillDescriptors},
     {"audio:param-shared-storage", &createObjectOf<CAudioParamSharedStorage>, &CObject::fillDescriptors},
+    {"audio:ext-param", &createObjectOf<CAudioExtParam>, &CObject::fillDescriptors},
+    {"audio:ext-param-list", &createObjectOf<CAudioExtParamList>, &CObject::fillDescriptors},
+    {"audio:cctable", &createObjectOf<CAudioCCTable>, &CObject::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 
