@@ -45,6 +45,11 @@ int32_t CRunLoop::runPending() {
     }
 }
 
+int32_t CRunLoop::pendingCount() {
+    CCriticalSectionLock hold(m_lock);
+    return m_queue.count();
+}
+
 bool CRunLoop::waitAndRun(uint32_t timeoutMs) {
     if (runPending() > 0) return true;
     if (!m_wake.wait(timeoutMs)) return false;

@@ -24,8 +24,11 @@ public:
     uint32_t ownerThread() const { return m_owner; }
     // From any thread. False when the loop was stopped.
     bool post(THandler handler, void* context, uint32_t message, uint64_t param);
-    // On the owning thread: runs the messages posted so far, returns how many.
+    // On the owning thread: runs messages until none is left, including those posted meanwhile;
+    // returns how many.
     int32_t runPending();
+    // From any thread: how many messages wait now.
+    int32_t pendingCount();
     // Waits up to timeoutMs for a message, then runs what is there. False on time-out or stop.
     bool waitAndRun(uint32_t timeoutMs);
     // Runs messages until stop() is called.
