@@ -1,11 +1,13 @@
 #include "Audio/CAudioEnv.h"
 #include "Audio/CAudioParamAllocDef.h"
 #include "Audio/CAudioParamCollector.h"
+#include "Audio/CAudioParamRegistration.h"
 #include "Audio/CAudioParamRemapDef.h"
 #include "Audio/CAudioProcessBypassStateDef.h"
 #include "Audio/CAudioProcessDef.h"
 #include "Audio/CAudioProcessLinkDef.h"
 #include "Audio/CAudioProcessLinkStateDef.h"
+#include "Audio/ParamFilters/CParamFilterRegistration.h"
 #include "Audio/Processes/CModNode.h"
 
 namespace orl {
@@ -31,7 +33,10 @@ const CCreatorRow kAudioDefCreators[] = {
 
 bool CAudioProcessDefBaseInit::ensureCreatorsRegistered() {
     static const bool registered = registerCreatorTable(kAudioDefCreators);
-    return registered;
+    // A process definition's parameter side uses these tags too: referring to them here keeps
+    // their tables in a static link.
+    const bool params = CAudioParamRegistration::ensureCreatorsRegistered();
+    return registered && params && CParamFilterRegistration::ensureCreatorsRegistered();
 }
 
 namespace {

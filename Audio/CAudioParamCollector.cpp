@@ -11,6 +11,9 @@
 #include "Audio/CAudioParamRegistryLink.h"
 #include "Audio/CAudioParamUndoContext.h"
 #include "Audio/CDefNameResolver.h"
+#include "Audio/CSharedParam.h"
+#include "Audio/ParamFilters/CAudioParamFilter.h"
+#include "Audio/ParamFilters/CAudioParamFilterDef.h"
 #include "Core/CError.h"
 
 namespace orl {
@@ -27,6 +30,12 @@ using TEntry = CAudioParamChangeList::CEntry;
 CAudioParamCollector::CAudioParamCollector() : m_collectorLock(2000), m_bindingLock(2000), m_smallLock(2000) {}
 
 CAudioParamCollector::~CAudioParamCollector() {
+    // Filters and ties let go of the parameters before these go.
+    for (CSharedParam* shared : m_sharedParams) delete shared;
+    for (auto& [key, filter] : m_filters) {
+        filter->detach();
+        delete filter;
+    }
     delete m_list;
     reclaimSpent();
     for (auto& [name, node] : m_params) delete node;
@@ -36,6 +45,55 @@ CError* CAudioParamCollector::init() {
     if (CError* err = CObject::init()) return ORL_PASS(err, fullName());
     if (CError* err = findObjectByAttr(CString("env"), m_env)) return ORL_PASS(err, fullName());
     return nullptr;
+}
+
+// ---- filters and stored parameters ----
+
+CError* CAudioParamCollector::addFilter(const CAudioParamFilterDef& def, const CString& base) {
+    const CString key = base + "#" + def.fullName();
+    {
+        CCriticalSectionLock hold(m_collectorLock);
+        if (m_filters.find(key) != m_filters.end()) return nullptr;
+    }
+    CAudioParam* srcs[CAudioParamFilter::kMaxParams] = {};
+    CAudioParam* dsts[CAudioParamFilter::kMaxParams] = {};
+    const int32_t nSrc = def.srcNames().count();
+    const int32_t nDst = def.dstNames().count();
+    // Counts beyond the table are the filter's own message; only what fits is looked up.
+    for (int32_t i = 0; i < nSrc && i < CAudioParamFilter::kMaxParams; ++i)
+        srcs[i] = getParam(CDefNameResolver::resolve(base, def.srcNames()[i]));
+    for (int32_t i = 0; i < nDst && i < CAudioParamFilter::kMaxParams; ++i)
+        dsts[i] = getParam(CDefNameResolver::resolve(base, def.dstNames()[i]));
+    CAudioParamFilter* filter = def.createFilter();
+    if (!filter) return nullptr;
+    if (CError* err = filter->init(srcs, nSrc, dsts, nDst)) {
+        delete filter;
+        return ORL_PASS(err, fullName());
+    }
+    {
+        CCriticalSectionLock hold(m_collectorLock);
+        m_filters[key] = filter;
+    }
+    filter->attach();
+    return nullptr;
+}
+
+void CAudioParamCollector::addSharedParam(CAudioParam& param, CAppData& store, const CString& dataName) {
+    CSharedParam* shared = nullptr;
+    {
+        CCriticalSectionLock hold(m_collectorLock);
+        for (CSharedParam* existing : m_sharedParams) {
+            if (&existing->param() == &param) return;
+        }
+        shared = new CSharedParam(param, store, dataName);
+        m_sharedParams.add(shared);
+    }
+    shared->start();
+}
+
+int32_t CAudioParamCollector::filterCount() const {
+    CCriticalSectionLock hold(m_collectorLock);
+    return static_cast<int32_t>(m_filters.size());
 }
 
 // ---- names ----

@@ -17,7 +17,11 @@
 
 namespace orl {
 
+class CAppData;
 class CAudioEnv;
+class CAudioParamFilter;
+class CAudioParamFilterDef;
+class CSharedParam;
 class CAudioExtParamHostBridge;
 class CAudioParam;
 class CAudioParamChangeList;
@@ -77,6 +81,14 @@ public:
     // there is none.
     bool resolveDefinition(CAudioParam& param, const CArray<CAudioParamDefResolver::CPair>& pairs,
                            CAudioParamLockContext* lock = nullptr);
+
+    // ---- filters and stored parameters, kept as long as the parameters ----
+    // Makes the filter of a declaration, its names resolved below base (the process's path and
+    // scope), and attaches it. A process made again finds its filter there already.
+    CError* addFilter(const CAudioParamFilterDef& def, const CString& base);
+    // Ties a parameter to a stored datum (once per parameter) and reads the datum into it.
+    void addSharedParam(CAudioParam& param, CAppData& store, const CString& dataName);
+    int32_t filterCount() const;
 
     // ---- bindings ----
     // Adds a binding at the end of the parameter's list and gives the caller the parameter's
@@ -153,6 +165,10 @@ private:
     CAudioParamDeferredAutomation m_deferred;
 
     CLockFreeStack m_spent;
+
+    // Under the collector lock; by the declaration's path below its base.
+    CMap<CString, CAudioParamFilter*> m_filters;
+    CArray<CSharedParam*> m_sharedParams;
 };
 
 }  // namespace orl

@@ -6,11 +6,13 @@
 #include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioParamDef.h"
 #include "Audio/CAudioParamRemapDef.h"
+#include "Audio/CAudioParamSharedStorage.h"
 #include "Audio/CDefNameResolver.h"
 #include "Audio/CAudioProcessDefBase.h"
 #include "Audio/CDSPModDelay.h"
 #include "Audio/CSampleBufferPool.h"
 #include "Audio/Kernels/CDSPKernels.h"
+#include "Core/CError.h"
 
 namespace orl {
 
@@ -76,8 +78,19 @@ void CAudioProcessBase::instantiateParamSide() {
         if (collector->isRemapped(name)) continue;
         collector->allocateParam(*collector->getParam(name), decl.def->info());
     }
-    // Parameter filters and shared storage of the definition are instantiated here next, in
-    // that order, once their classes exist.
+    for (const auto& decl : m_def->paramFilters()) {
+        const CString base = decl.scope.isEmpty() ? m_path : m_path + "." + decl.scope;
+        if (CError* err = collector->addFilter(*decl.def, base)) {
+            logError(err);
+            deleteError(err);
+        }
+    }
+    for (const auto& decl : m_def->sharedStorages()) {
+        const CString base = decl.scope.isEmpty() ? m_path : m_path + "." + decl.scope;
+        const CAudioParamSharedStorage& shared = *decl.def;
+        collector->addSharedParam(*collector->getParam(CDefNameResolver::resolve(base, shared.paramName())),
+                                  *shared.store(), shared.dataName());
+    }
 }
 
 int32_t CAudioProcessBase::findSource(const CAudioProcessBase* node, int32_t port) const {

@@ -3,6 +3,8 @@
 #include "Audio/CAudioParamAllocDef.h"
 #include "Audio/CAudioParamDef.h"
 #include "Audio/CAudioParamRemapDef.h"
+#include "Audio/CAudioParamSharedStorage.h"
+#include "Audio/ParamFilters/CAudioParamFilterDef.h"
 #include "Audio/CDefNameResolver.h"
 #include "Core/CError.h"
 #include "Core/CLog.h"
@@ -32,6 +34,10 @@ void CAudioProcessDefBaseInit::collectParamSide(const CObject* obj, const CStrin
             m_paramDecls.add(CParamDecl{local, decl});
         } else if (const auto* remap = dynamic_cast<const CAudioParamRemapDef*>(c)) {
             m_paramRemaps.add(CRemapDecl{scope, remap});
+        } else if (const auto* filter = dynamic_cast<const CAudioParamFilterDef*>(c)) {
+            m_paramFilters.add(CFilterDecl{scope, filter});
+        } else if (const auto* shared = dynamic_cast<const CAudioParamSharedStorage*>(c)) {
+            m_sharedStorages.add(CSharedDecl{scope, shared});
         } else if (c->tag() == "core:object") {
             collectParamSide(c, local);
         }
@@ -43,6 +49,8 @@ CError* CAudioProcessDefBaseInit::initChilds() {
     m_nameScopes.clear();
     m_paramDecls.clear();
     m_paramRemaps.clear();
+    m_paramFilters.clear();
+    m_sharedStorages.clear();
     collectParamSide(this, CString());
     for (int32_t i = 0; i < childCount(); ++i) {
         CObject* c = child(i);

@@ -9,7 +9,9 @@ namespace orl {
 
 class CAudioParamAllocDef;
 class CAudioParamDef;
+class CAudioParamFilterDef;
 class CAudioParamRemapDef;
+class CAudioParamSharedStorage;
 
 // The parameter side of a process definition: the bindings of parameters to module inputs and
 // the plain name scopes under which parameters of the process are grouped.
@@ -40,6 +42,17 @@ public:
         const CAudioParamRemapDef* def = nullptr;
     };
     const CArray<CRemapDecl>& paramRemaps() const { return m_paramRemaps; }
+    // Parameter filters and shared storage of the process, with their scopes likewise.
+    struct CFilterDecl {
+        CString scope;
+        const CAudioParamFilterDef* def = nullptr;
+    };
+    const CArray<CFilterDecl>& paramFilters() const { return m_paramFilters; }
+    struct CSharedDecl {
+        CString scope;
+        const CAudioParamSharedStorage* def = nullptr;
+    };
+    const CArray<CSharedDecl>& sharedStorages() const { return m_sharedStorages; }
 
     // A name written in this definition as a full dotted name, relative to this definition.
     CString resolveName(const CString& name) const;
@@ -56,6 +69,8 @@ private:
     CArray<CObject*> m_nameScopes;
     CArray<CParamDecl> m_paramDecls;
     CArray<CRemapDecl> m_paramRemaps;
+    CArray<CFilterDecl> m_paramFilters;
+    CArray<CSharedDecl> m_sharedStorages;
 };
 
 }  // namespace orl

@@ -1,6 +1,9 @@
 #include <cmath>
 
 #include "Audio/CAudioProcessDefBase.h"
+#include "Audio/CAudioParam.h"
+#include "Audio/CAudioParamCollector.h"
+#include "Core/CAppDataLocal.h"
 #include "Core/CError.h"
 #include "tests/Support/CGraphTest.h"
 #include "tests/Support/CTestSignals.h"
@@ -89,4 +92,29 @@ TEST_F(CGraphDefinitionTest, ABadLinkFailsTheLoadWithItsMessageAndPath) {
     deleteError(err);
     EXPECT_NE(text.findText("Invalid port in the 'src' attribute value 'a/x' specified."), -1) << text.narrowed().c8();
     EXPECT_NE(text.findText("bad.broken"), -1) << text.narrowed().c8();
+}
+
+// The parameter side of a definition: a filter computes the module's gain from another
+// parameter, and a stored parameter starts from, and writes to, application data.
+TEST_F(CGraphDefinitionTest, FiltersAndStoredParametersComeWithTheProcess) {
+    CAppDataLocal::instance().writeString(CString("test-peak-hold"), CString("1250"), nullptr);
+    CTestCollector& c = collector();
+    CTestGraphRunner& g = startFromTree("ParamSideGraph.xml", "side");
+    ASSERT_NE(g.m_root, nullptr);
+    EXPECT_EQ(c.collector().filterCount(), 1);
+    EXPECT_DOUBLE_EQ(g.run({{1.0}}, {0}, 1)[0][0], 1.0);  // 10^(0/4)
+
+    CAudioParam* emphasis = c.collector().getParam(CString("side.emphasis"));
+    ASSERT_TRUE(emphasis->setValue(6.0, 0, nullptr, nullptr));
+    g.run({{1.0}}, {0}, 1);  // takes the change; a smooth gain would fade
+    EXPECT_NEAR(g.run({{1.0}}, {0}, 1)[0][0], std::pow(10.0, 1.5), 1e-12);
+
+    CAudioParam* hold = c.collector().getParam(CString("side.meter.hold"));
+    EXPECT_EQ(hold->getValue(0, 0, -1.0), 1250.0);
+    ASSERT_TRUE(hold->setValue(40.0, 0, nullptr, nullptr));
+    CString stored;
+    ASSERT_TRUE(CAppDataLocal::instance().readString(CString("test-peak-hold"), stored));
+    double value = 0.0;
+    ASSERT_TRUE(stored.toDouble(value));
+    EXPECT_EQ(value, 40.0);
 }
