@@ -12,18 +12,14 @@
 #include "Core/CAppDataLocal.h"
 #include "Core/CByteBufferWriter.h"
 #include "tests/Support/CTestCollector.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 struct CHost : CAudioExtParamHostBridge {
     void hostAutomate(int32_t index, double norm) override { calls.emplace_back(index, norm); }

@@ -19,19 +19,15 @@
 #include "Audio/CSampleBufferPool.h"
 #include "tests/Support/CTestCollector.h"
 #include "tests/Support/CTestGraph.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 using namespace orl::test;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 // What a module input sees of its binding.
 struct CSlot {

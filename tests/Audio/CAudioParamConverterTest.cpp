@@ -19,12 +19,13 @@
 #include "Audio/Converters/CAudioParamConverterTime.h"
 #include "Audio/Converters/CConverterRegistration.h"
 #include "Core/CError.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
+using test::str;
 
 double dbToGain(double db) { return std::pow(10.0, db / 20.0); }
 

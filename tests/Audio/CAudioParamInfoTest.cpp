@@ -11,12 +11,14 @@
 #include "Audio/Converters/CConverterRegistration.h"
 #include "Core/CError.h"
 #include "Core/CObject.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
+using test::str;
+using test::message;
 
 std::vector<std::string> strs(const CArray<CString>& a) {
     std::vector<std::string> out;
@@ -27,11 +29,6 @@ std::vector<std::string> strs(const CArray<CString>& a) {
 std::vector<double> nums(const CArray<double>& a) { return std::vector<double>(a.begin(), a.end()); }
 
 // The message of an error, which is then deleted; "" for none.
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
 
 using Strings = std::vector<std::string>;
 

@@ -11,10 +11,14 @@
 #include "Core/CError.h"
 #include "Core/CMemoryReader.h"
 #include "Core/COutputStream.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
+
+using test::str;
+using test::message;
 
 class CByteSink : public COutputStream {
 public:
@@ -26,14 +30,7 @@ public:
     std::vector<uint8_t> bytes;
 };
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
 // The first message line of an error, which is then deleted; "" for success.
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
 
 std::vector<uint8_t> saved(const CAudioParamStorage& s, int32_t group) {
     CByteSink sink;

@@ -26,18 +26,14 @@
 #include "Core/CMemoryReader.h"
 #include "Core/CObject.h"
 #include "Core/COutputStream.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 class CByteSink : public COutputStream {
 public:
@@ -457,7 +453,6 @@ TEST_F(CAudioParamTest, StringsAndStoredValuesThroughTheParameter) {
         reader.setData(one.bytes.data(), static_cast<uint32_t>(one.bytes.size()));
         ASSERT_EQ(message(copy.load(reader, 2, nullptr, nullptr)), "");
         EXPECT_EQ(copy.uiStorage().elementCount(2), 4);
-
 
         // Raw data: the default is the bytes of its text.
         CAudioParam raw(CString("plugin.blob"));

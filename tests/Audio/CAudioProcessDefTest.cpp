@@ -13,14 +13,15 @@
 #include "Audio/CAudioProcessLinkStateDef.h"
 #include "Audio/CDefNameResolver.h"
 #include "Core/CError.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-using TAttrs = std::vector<std::pair<const char*, const char*>>;
+using test::str;
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
+using TAttrs = std::vector<std::pair<const char*, const char*>>;
 
 // The first line of an error (its message), or "" for success; the error is consumed.
 std::string message(CError* err) {

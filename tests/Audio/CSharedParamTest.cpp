@@ -14,18 +14,14 @@
 #include "Core/CError.h"
 #include "Core/CObject.h"
 #include "tests/Support/CTestAppData.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 class CSharedParamTest : public ::testing::Test {
 protected:

@@ -18,19 +18,15 @@
 #include "Core/CStdEventBridge.h"
 #include "Platform/CRunLoop.h"
 #include "tests/Support/CTestAppData.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 using test::CTestAppData;
 

@@ -13,16 +13,13 @@
 #include "Core/CError.h"
 #include "Core/CEventBus.h"
 #include "Core/CObject.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string message(CError* err) {
-    std::string m = err ? err->line(0).narrowed().c8() : "";
-    deleteError(err);
-    return m;
-}
+using test::message;
 
 bool registerParameterClasses() {
     return CConverterRegistration::ensureCreatorsRegistered() && CAudioParamRegistration::ensureCreatorsRegistered();

@@ -7,14 +7,15 @@
 
 #include "Core/CError.h"
 #include "Core/CTemplatePayload.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::vector<std::string> g_calls;
+using test::str;
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
+std::vector<std::string> g_calls;
 
 // A class that records its handlers, its life cycle and its destruction.
 class CTestRecorder : public CObject {

@@ -17,12 +17,13 @@
 #include "Platform/CPlatformClock.h"
 #include "Platform/CRunLoop.h"
 #include "Platform/CThread.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
+using test::str;
 
 std::mutex g_shownLock;
 std::string g_shown;

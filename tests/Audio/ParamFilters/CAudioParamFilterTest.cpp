@@ -27,18 +27,14 @@
 #include "Audio/ParamFilters/CParamFilterRegistration.h"
 #include "Core/CError.h"
 #include "Core/CObject.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 using Numbers = std::vector<double>;
 using Attrs = std::vector<std::pair<const char*, const char*>>;
