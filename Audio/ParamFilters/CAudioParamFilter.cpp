@@ -1,6 +1,7 @@
 #include "Audio/ParamFilters/CAudioParamFilter.h"
 
 #include <new>
+#include <thread>
 
 #include "Audio/CAudioParam.h"
 #include "Audio/CAudioParamChange.h"
@@ -11,6 +12,13 @@
 namespace orl {
 
 namespace {
+
+// A filter with two sources is fed with the changed source already locked by its caller, and
+// locks the other one after it; two threads changing the two sources at once would each wait for
+// the other. So the other parameters are only tried for a while: when one stays held, this feed
+// is given up, and the thread that holds it feeds the filter itself with both new values, since
+// its own change has then already reached the parameter.
+constexpr int32_t kLockAttempts = 20000;
 
 // Lock contexts for every parameter of a filter, each the child of the one before, so that a
 // parameter that the chain holds already is not entered twice. Released last-taken first.
@@ -24,9 +32,17 @@ struct CFilterLocks {
         for (int32_t i = count - 1; i >= 0; --i) contexts[i]->~CAudioParamLockContext();
     }
 
+    // Null when another thread holds the parameter for too long (see kLockAttempts).
     CAudioParamLockContext* take(CAudioParam& param, CAudioParamLockContext* parent) {
+        const bool held = parent && parent->covers(param);
+        bool entered = false;
+        for (int32_t i = 0; !held && i < kLockAttempts && !(entered = param.section().tryEnter()); ++i)
+            std::this_thread::yield();
+        if (!held && !entered) return nullptr;
         void* place = storage + count * sizeof(CAudioParamLockContext);
         contexts[count] = new (place) CAudioParamLockContext(param, parent);
+        // The context entered the (recursive) section once more; the probe's entry goes.
+        if (entered) param.section().leave();
         return contexts[count++];
     }
 
@@ -161,8 +177,9 @@ void CAudioParamFilter::feed(CAudioParam&, const CAudioParamChange& record, CAud
     if (m_srcCount == 0) return;
     CFilterLocks locks;
     CAudioParamLockContext* parent = &lock;
-    for (int32_t s = 0; s < m_srcCount; ++s) parent = locks.take(*m_srcs[s], parent);
-    for (int32_t d = 0; d < m_dstCount; ++d) parent = locks.take(*m_dsts[d], parent);
+    for (int32_t s = 0; s < m_srcCount && parent; ++s) parent = locks.take(*m_srcs[s], parent);
+    for (int32_t d = 0; d < m_dstCount && parent; ++d) parent = locks.take(*m_dsts[d], parent);
+    if (!parent) return;
     // Every parameter of the filter is held from here on, which also guards m_applying.
     if (m_applying) return;
     m_applying = true;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <thread>
 #include <typeinfo>
 #include <vector>
 
@@ -211,6 +212,28 @@ TEST_F(CAudioParamFilterTest, OversamplingBypassFollowsTheEffectiveLevel) {
     EXPECT_EQ(both(*bypass2), 1.0);
     ASSERT_TRUE(hm2->setValue(-2, 0, nullptr, nullptr));
     EXPECT_EQ(both(*bypass2), 0.0);
+}
+
+// The two sources of the oversampling bypass changed on two threads at once: each change holds
+// its own source and then reaches for the other, so a blocking wait would deadlock. Both threads
+// end, and the result matches the final values.
+TEST_F(CAudioParamFilterTest, TwoSourcesChangedOnTwoThreadsNeverDeadlock) {
+    CAudioParam* os = param("oversampling", "real", "0", "4", "1", "S sg se");
+    CAudioParam* hm = param("host-oversampling-mode", "real", "-3", "3", "0", "sg se");
+    CAudioParam* bypass = flag("oversampling-bypass");
+    filter<CAudioParamFilterBypassOS>({os, hm}, {bypass});
+    std::thread ui([os] {
+        for (int i = 0; i < 400; ++i) EXPECT_TRUE(os->setValue(i % 2 ? 2.0 : 1.0, 0, nullptr, nullptr));
+    });
+    std::thread host([hm] {
+        for (int i = 0; i < 400; ++i) EXPECT_TRUE(hm->setValue(i % 2 ? 0.0 : -1.0, 0, nullptr, nullptr));
+    });
+    ui.join();
+    host.join();
+    // Last values: 2X with the host at mode 0, so not bypassed; one more change settles any
+    // feed that was given up at the very end.
+    ASSERT_TRUE(hm->setValue(0.0, 0, nullptr, nullptr));
+    EXPECT_EQ(both(*bypass), 0.0);
 }
 
 TEST_F(CAudioParamFilterTest, GroupSoloBypassLooksAtEveryGroup) {
