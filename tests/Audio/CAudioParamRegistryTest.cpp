@@ -24,23 +24,20 @@
 #include "Audio/CAudioRoutingInfoProvider.h"
 #include "Audio/CAudioUndoRecord.h"
 #include "Audio/Converters/CConverterRegistration.h"
+#include "Core/CAppDataLocal.h"
 #include "Core/CByteBufferWriter.h"
 #include "Core/CError.h"
 #include "Core/CFileWriter.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CUpdateListener.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 // The interface base isn't part of this test; its undo list is all that the registry uses.
 const CCreatorRow kTestCreators[] = {
@@ -728,4 +725,25 @@ TEST_F(CAudioParamRegistryTest, RoutingPresetUsability) {
     EXPECT_TRUE(usable("sidechain", {1, 0}, false, true));
     EXPECT_FALSE(usable("sidechain-mute", {0, 1}, true, false));
     EXPECT_TRUE(usable("sidechain-mute", {0, 0}, false, false));
+}
+
+// A default preset kept in stored data takes the place of program 0 and is what the first
+// activation applies.
+TEST_F(CAudioParamRegistryTest, StoredDefaultPresetBecomesProgramZero) {
+    build("");
+    p("gain").setValue(42.0, 0, nullptr, nullptr);
+    CAudioPreset preset;
+    master->capturePreset(preset, -1);
+    preset.setName(CString("qwpc:Mine"));
+    instance->destroy();
+    instance = nullptr;
+    CAppDataLocal::instance().write(CString("default-preset"), record(preset), nullptr, CAudioPreset::kBlockId);
+
+    build("");
+    CString name;
+    master->getPresetName(name, 0);
+    EXPECT_EQ(str(name), "qwpc:Mine");
+    EXPECT_EQ(p("gain").getValue(0, 0, -1.0), 42.0);
+    // Nothing stays behind for the tests after this one in the same process.
+    CAppDataLocal::instance().write(CString("default-preset"), CByteBuffer(), nullptr, CAudioPreset::kBlockId);
 }

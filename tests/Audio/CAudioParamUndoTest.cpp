@@ -15,19 +15,15 @@
 #include "Audio/CAudioUndoParamEntry.h"
 #include "Audio/CAudioUndoRecord.h"
 #include "tests/Support/CTestCollector.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 using namespace orl::test;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
-
-std::string message(CError* err) {
-    std::string m = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return m;
-}
+using test::str;
+using test::message;
 
 // Which batch each change went into (null: it went out on its own).
 struct CBatchSpy : CAudioParamChangeListener {

@@ -8,12 +8,13 @@
 #include "Core/CByteBufferWriter.h"
 #include "Core/CError.h"
 #include "Core/CMemoryReader.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
 namespace {
 
-std::string str(const CString& s) { return s.narrowed().c8(); }
+using test::str;
 
 std::string firstLine(CError* err) {
     std::string m = err ? str(err->line(0)) : "";
