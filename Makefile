@@ -11,7 +11,7 @@ CMAKE_GEN  := -G Ninja
 
 # Debian packages the project builds with; `make deps` installs only the missing ones.
 PACKAGES := g++ cmake ninja-build ccache pkg-config libgtest-dev libbenchmark-dev \
-            zlib1g-dev liblz4-dev libpugixml-dev
+            zlib1g-dev liblz4-dev libpugixml-dev libfftw3-dev
 
 .PHONY: deps deps-fuzz configure build test asan tsan bench fuzz clean
 
