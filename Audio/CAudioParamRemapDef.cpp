@@ -4,24 +4,11 @@
 
 namespace orl {
 
-namespace {
-
-bool isBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
-
-CString trimmed(const CString& s) {
-    int32_t a = 0, b = s.length();
-    while (a < b && isBlank(s.at(a))) ++a;
-    while (b > a && isBlank(s.at(b - 1))) --b;
-    return s.substring(a, b - a);
-}
-
-}  // namespace
-
 CError* CAudioParamRemapDef::init() {
     if (CError* err = CObject::init()) return ORL_PASS(err, fullName());
     m_remaps.clear();
-    const CString orig = trimmed(getAttrString(CString("orig")));
-    const CString target = trimmed(getAttrString(CString("new")));
+    const CString orig = getAttrString(CString("orig")).trimmed();
+    const CString target = getAttrString(CString("new")).trimmed();
     if (orig.isEmpty() && target.isEmpty()) return nullptr;  // the list comes with the children
     if (orig.isEmpty() || target.isEmpty()) {
         return ORL_ERROR(nullptr, fullName(),
@@ -42,11 +29,11 @@ CError* CAudioParamRemapDef::initChilds() {
     CArray<CString> items;
     if (content) content->getAttrString(CString("value")).split(u';', false, true, items);
     for (const CString& raw : items) {
-        const CString item = trimmed(raw);
+        const CString item = raw.trimmed();
         if (item.isEmpty()) continue;
         const int32_t eq = item.find(u'=');
-        const CString orig = eq < 0 ? CString() : trimmed(item.substring(0, eq));
-        const CString target = eq < 0 ? CString() : trimmed(item.substring(eq + 1));
+        const CString orig = eq < 0 ? CString() : item.substring(0, eq).trimmed();
+        const CString target = eq < 0 ? CString() : item.substring(eq + 1).trimmed();
         if (orig.isEmpty() || target.isEmpty()) {
             m_remaps.clear();
             return ORL_ERROR(nullptr, fullName(),

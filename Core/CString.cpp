@@ -510,4 +510,13 @@ CString CString::format(const char* fmt, ...) {
     return r;
 }
 
+CString CString::trimmed() const {
+    auto blank = [](char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; };
+    int32_t start = 0;
+    int32_t end = length();
+    while (start < end && blank(at(start))) ++start;
+    while (end > start && blank(at(end - 1))) --end;
+    return start == 0 && end == length() ? *this : substring(start, end - start);
+}
+
 }  // namespace orl

@@ -98,6 +98,8 @@ public:
 
     // An 8-bit copy keeping the low byte of each character, for 8-bit interfaces.
     CString narrowed() const;
+    // Without the blanks, tabs, line feeds and carriage returns at either end.
+    CString trimmed() const;
     // Empties the text, keeping width and storage.
     void clear();
     // Converts to 16-bit storage in place.

@@ -8,19 +8,14 @@ namespace orl {
 
 namespace {
 
-bool isBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
-
 // The pieces between commas, trimmed, without empty ones.
 void splitNames(const CString& text, CArray<CString>& out) {
     out.clear();
     CArray<CString> pieces;
     text.split(u',', false, true, pieces);
     for (const CString& piece : pieces) {
-        int32_t start = 0;
-        int32_t end = piece.length();
-        while (start < end && isBlank(piece.at(start))) ++start;
-        while (end > start && isBlank(piece.at(end - 1))) --end;
-        if (end > start) out.add(piece.substring(start, end - start));
+        const CString name = piece.trimmed();
+        if (!name.isEmpty()) out.add(name);
     }
 }
 

@@ -171,6 +171,10 @@ TEST(CStringTest, SubstringFindAndSplit) {
     ASSERT_EQ(parts.count(), 2);
     EXPECT_TRUE(parts[0].isWide());
     EXPECT_EQ(parts[1], "q");
+
+    EXPECT_EQ(CString(" \t a b\r\n").trimmed(), "a b");
+    EXPECT_EQ(CString(" \n\t ").trimmed(), "");
+    EXPECT_EQ(CString(u" \u0101 ").trimmed(), CString(u"\u0101"));
 }
 
 TEST(CStringTest, NumberParsing) {
