@@ -12,6 +12,7 @@
 #include "Core/CMemoryReader.h"
 #include "Core/COutputStream.h"
 #include "tests/Support/CTestText.h"
+#include "tests/Support/CByteSink.h"
 
 using namespace orl;
 
@@ -20,15 +21,7 @@ namespace {
 using test::str;
 using test::message;
 
-class CByteSink : public COutputStream {
-public:
-    CError* write(const void* buffer, uint32_t count) override {
-        const uint8_t* b = static_cast<const uint8_t*>(buffer);
-        bytes.insert(bytes.end(), b, b + count);
-        return nullptr;
-    }
-    std::vector<uint8_t> bytes;
-};
+using test::CByteSink;
 
 // The first message line of an error, which is then deleted; "" for success.
 

@@ -27,6 +27,7 @@
 #include "Core/CObject.h"
 #include "Core/COutputStream.h"
 #include "tests/Support/CTestText.h"
+#include "tests/Support/CByteSink.h"
 
 using namespace orl;
 
@@ -35,15 +36,7 @@ namespace {
 using test::str;
 using test::message;
 
-class CByteSink : public COutputStream {
-public:
-    CError* write(const void* buffer, uint32_t count) override {
-        const uint8_t* b = static_cast<const uint8_t*>(buffer);
-        bytes.insert(bytes.end(), b, b + count);
-        return nullptr;
-    }
-    std::vector<uint8_t> bytes;
-};
+using test::CByteSink;
 
 using Numbers = std::vector<double>;
 using Attrs = std::vector<std::pair<const char*, const char*>>;

@@ -14,6 +14,7 @@
 #include "Core/CMemoryReaderStatic.h"
 #include "Core/CResourceMap.h"
 #include "Core/CResourceReader.h"
+#include "tests/Support/CByteSink.h"
 
 using namespace orl;
 
@@ -22,15 +23,7 @@ namespace {
 constexpr uint32_t kAdat = CInputStream::blockId("adat");
 constexpr uint32_t kAprs = CInputStream::blockId("aprs");
 
-class CByteSink : public COutputStream {
-public:
-    CError* write(const void* buffer, uint32_t count) override {
-        const uint8_t* b = static_cast<const uint8_t*>(buffer);
-        bytes.insert(bytes.end(), b, b + count);
-        return nullptr;
-    }
-    std::vector<uint8_t> bytes;
-};
+using test::CByteSink;
 
 // A static reader that counts the bytes copied out through read().
 class CCountingReader : public CMemoryReaderStatic {

@@ -13,23 +13,14 @@
 #include "Core/CFileWriter.h"
 #include "Core/CMemoryReaderStatic.h"
 #include "Core/CWriteSeqBuffer.h"
+#include "tests/Support/CByteSink.h"
 
 using namespace orl;
 
 namespace {
 
 // Collects everything written, and counts the write calls.
-class CByteSink : public COutputStream {
-public:
-    CError* write(const void* buffer, uint32_t count) override {
-        const uint8_t* b = static_cast<const uint8_t*>(buffer);
-        bytes.insert(bytes.end(), b, b + count);
-        ++writes;
-        return nullptr;
-    }
-    std::vector<uint8_t> bytes;
-    int writes = 0;
-};
+using test::CByteSink;
 
 // The first message line of an error, which is then deleted; "" for success.
 std::string message(CError* err) {
