@@ -12,6 +12,12 @@ CError* CAudioParamAllocDef::init() {
         return ORL_ERROR(nullptr, fullName(),
                          "@orlstr_CAudioParamAllocDef_init_InvalidParamName Invalid parameter name specified.");
     }
+    int32_t start = 0;
+    for (int32_t i = 0; i < m_paramName.length(); ++i) {
+        const char16_t c = m_paramName.at(i);
+        if (c == u'.' || c == u'^' || c == u'/' || c == u':') start = i + 1;
+    }
+    m_localName = m_paramName.substring(start);
     // A missing index is slot 0; text that is no integer or a negative slot is refused.
     const CString& indexText = getAttrString(CString("index"));
     int32_t index = 0;

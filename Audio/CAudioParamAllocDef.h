@@ -12,6 +12,9 @@ public:
     CError* init() override;
 
     const CString& paramName() const { return m_paramName; }
+    // The last component of the parameter name: "freq" of "^freq", "/plugin.x.freq" or "freq".
+    // Modules that take values by name ("freq", "index", "mode") match on it.
+    const CString& localName() const { return m_localName; }
     int32_t index() const { return m_index; }
     // A change of this parameter alone makes the module crossfade.
     bool isSmoothUpdate() const { return m_smoothUpdate; }
@@ -21,6 +24,7 @@ public:
 
 private:
     CString m_paramName;
+    CString m_localName;
     int32_t m_index = 0;
     bool m_smoothUpdate = false;
     bool m_allGroups = false;

@@ -327,8 +327,11 @@ void CAudioProcess::buildRoutesAndSequence() {
     if (m_sequence.count() != instances) CLog::logContext(m_name, "process seq err");
 }
 
-void CAudioProcess::emit(const CAudioChannel& channel) {
+void CAudioProcess::emit(const CAudioChannel& channel, int32_t count) {
     const uint32_t bit = 1u << channel.index;
+    // What leaves the process carries the count of whoever made it: a child inside may run at
+    // another rate than the process's input.
+    m_outputSampleCount = count;
     if (!(m_outputMask & bit)) {
         setOutput(channel);
         return;
@@ -336,12 +339,12 @@ void CAudioProcess::emit(const CAudioChannel& channel) {
     // Several children on one output channel are summed.
     CAudioChannel& into = m_outputs[channel.index];
     if (!CSampleBufferPool::isSole(into.buffer)) {
-        CSampleBuffer* fresh = m_pool->acquire(m_sampleCount);
-        CDSPKernels::get().copy(fresh->data(), into.buffer->data(), m_sampleCount);
+        CSampleBuffer* fresh = m_pool->acquire(count);
+        CDSPKernels::get().copy(fresh->data(), into.buffer->data(), count);
         CSampleBufferPool::release(into.buffer);
         into.buffer = fresh;
     }
-    CDSPKernels::get().add(into.buffer->data(), channel.buffer->data(), m_sampleCount);
+    CDSPKernels::get().add(into.buffer->data(), channel.buffer->data(), count);
     CSampleBufferPool::release(channel.buffer);
 }
 
@@ -355,7 +358,7 @@ void CAudioProcess::process() {
             const CAudioChannel& ch = table.channels[__builtin_ctz(m)];
             CSampleBufferPool::addRef(ch.buffer);
             if (route.dst < 0)
-                emit(ch);
+                emit(ch, m_sampleCount);
             else
                 m_records[route.dst]->instance->deliver(route.sourceSlot, ch, m_sampleCount);
         }
@@ -365,6 +368,7 @@ void CAudioProcess::process() {
         CAudioProcessBase* child = m_records[i]->instance;
         child->process();
         const uint32_t outputs = child->outputMask();
+        const int32_t count = child->outputSampleCount();
         if (outputs) {
             for (const CRoute& route : m_routes) {
                 if (route.src != i) continue;
@@ -372,9 +376,9 @@ void CAudioProcess::process() {
                     const CAudioChannel& ch = child->output(__builtin_ctz(m));
                     CSampleBufferPool::addRef(ch.buffer);
                     if (route.dst < 0)
-                        emit(ch);
+                        emit(ch, count);
                     else
-                        m_records[route.dst]->instance->deliver(route.sourceSlot, ch, m_sampleCount);
+                        m_records[route.dst]->instance->deliver(route.sourceSlot, ch, count);
                 }
             }
         }

@@ -82,7 +82,7 @@ private:
     void reconcileChildren();
     void buildRoutesAndSequence();
     void destroyChild(CRecord& record);
-    void emit(const CAudioChannel& channel);
+    void emit(const CAudioChannel& channel, int32_t count);
     void listen(const CAudioParamReader* param, CAudioParamListener& listener, std::atomic<uint32_t>& mask);
     void unlistenAll();
 

@@ -423,6 +423,7 @@ bool CAudioProcessBase::baseStep() {
     for (const CSource* source : m_sources) {
         if (source->mask) {
             m_sampleCount = source->sampleCount;
+            m_outputSampleCount = m_sampleCount;
             m_hasInput = true;
             break;
         }

@@ -82,6 +82,8 @@ public:
     // Outputs after process: one reference each, owned by the node until releaseOutputs.
     uint32_t outputMask() const { return m_outputMask; }
     const CAudioChannel& output(int32_t index) const { return m_outputs[index]; }
+    // Samples in each output buffer: the input's count, unless the node changes the rate.
+    int32_t outputSampleCount() const { return m_outputSampleCount; }
     void releaseOutputs();
 
     const CString& name() const { return m_name; }
@@ -143,6 +145,7 @@ protected:
     int32_t m_element = 0;
     double m_sampleRate = 0.0;
     int32_t m_sampleCount = 0;
+    int32_t m_outputSampleCount = 0;
     int32_t m_inputLatency = 0;
     CArray<CSource*, 4> m_sources;
     CPortTable m_ports[kMaxPorts];

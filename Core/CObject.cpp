@@ -406,7 +406,15 @@ CObject* CObject::walkPath(const CString& path, const CObject** lastReached, int
     return const_cast<CObject*>(current);
 }
 
-CObject* CObject::findObject(const CString& path) const { return walkPath(path, nullptr, nullptr); }
+CObject* CObject::findObject(const CString& path) const {
+    CObject* found = walkPath(path, nullptr, nullptr);
+    if (found || !path.startsWith("shared::") || m_root == sharedRoot()) return found;
+    // A tree that is loading to become the shared one refers to itself as shared before it is
+    // published: what the shared root lacks is looked for from this object's own root.
+    CString own("/");
+    own.append(path.substring(8));
+    return walkPath(own, nullptr, nullptr);
+}
 
 // For messages: the full name of the object that the path reached, and what was left of the
 // path where the walk stopped.

@@ -7,8 +7,7 @@ namespace orl {
 CFFTConvolverKernel::~CFFTConvolverKernel() { release(); }
 
 void CFFTConvolverKernel::release() {
-    if (m_forward != nullptr) fftw_destroy_plan(m_forward);
-    if (m_inverse != nullptr) fftw_destroy_plan(m_inverse);
+    // The plans belong to the cache.
     if (m_transforms != nullptr) fftw_free(m_transforms);
     m_transforms = nullptr;
     m_forward = nullptr;
@@ -30,6 +29,14 @@ bool CFFTConvolverKernel::setup(const double* taps, int32_t tapCount, int32_t lo
     const int32_t partitions = tapCount == 0 ? 1 : (tapCount + block - 1) / block;
     const int32_t stride = strideFor(block);
 
+    // Normally prepared while the library loaded; then this only looks up a flag.
+    if (!CFFTPlanCache::prepare()) return false;
+    fftw_plan forward = CFFTPlanCache::forward(log2Block);
+    fftw_plan inverse = CFFTPlanCache::inverse(log2Block);
+    if (forward == nullptr || inverse == nullptr) return false;
+
+    // fftw_malloc gives both arrays the alignment the cached plans were made for, and the
+    // stride keeps every partition on it.
     double* time = static_cast<double*>(fftw_malloc(sizeof(double) * static_cast<size_t>(size)));
     fftw_complex* transforms =
         static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * static_cast<size_t>(stride) * partitions));
@@ -39,17 +46,6 @@ bool CFFTConvolverKernel::setup(const double* taps, int32_t tapCount, int32_t lo
         return false;
     }
     std::memset(transforms, 0, sizeof(fftw_complex) * static_cast<size_t>(stride) * partitions);
-    // Estimated plans leave the arrays alone while planning and take no measurable time. The
-    // inverse may destroy its input: the states rebuild it for every block.
-    fftw_plan forward = fftw_plan_dft_r2c_1d(size, time, transforms, FFTW_ESTIMATE);
-    fftw_plan inverse = fftw_plan_dft_c2r_1d(size, transforms, time, FFTW_ESTIMATE | FFTW_DESTROY_INPUT);
-    if (forward == nullptr || inverse == nullptr) {
-        if (forward != nullptr) fftw_destroy_plan(forward);
-        if (inverse != nullptr) fftw_destroy_plan(inverse);
-        fftw_free(time);
-        fftw_free(transforms);
-        return false;
-    }
 
     const double scale = 1.0 / static_cast<double>(size);
     for (int32_t p = 0; p < partitions; ++p) {

@@ -3,19 +3,22 @@
 
 #include <cstdint>
 
+#include "Audio/Filters/CFFTPlanCache.h"
+
 namespace orl {
 
 // The transformed kernel of a uniformly partitioned FFT convolution: the taps cut into
 // partitions of the block size B = 2^log2Block, each zero-padded to 2B and transformed, with the
-// 1/(2B) of the inverse transform folded in. It also owns the two FFTW plans (real forward and
-// inverse of size 2B) that the channel states execute with the new-array calls. One kernel
-// serves any number of CFFTConvolverState objects, which hold only per-channel data.
+// 1/(2B) of the inverse transform folded in. It hands on the two FFTW plans (real forward and
+// inverse of size 2B) that the channel states execute with the new-array calls; the plans come
+// from CFFTPlanCache, so a kernel never plans and never destroys a plan. One kernel serves any
+// number of CFFTConvolverState objects, which hold only per-channel data.
 //
-// setup and the destructor run on the control path only: FFTW's planner is not thread-safe and
-// both allocate. Nothing here is touched by process but for reading.
+// setup and the destructor run on the control path only: both allocate. Nothing here is
+// touched by process but for reading.
 class CFFTConvolverKernel {
 public:
-    static constexpr int32_t kMaxLog2Block = 16;
+    static constexpr int32_t kMaxLog2Block = CFFTPlanCache::kMaxLog2Block;
 
     CFFTConvolverKernel() = default;
     ~CFFTConvolverKernel();
@@ -24,7 +27,8 @@ public:
 
     // Transforms `tapCount` taps for blocks of 2^log2Block samples. An empty kernel (no taps)
     // is valid and gives silence. False, leaving the kernel empty and not ready, when log2Block
-    // is out of 0 to kMaxLog2Block, the count is negative or FFTW fails.
+    // is out of 0 to kMaxLog2Block, the count is negative, memory runs out or the plan cache
+    // could not be prepared (setup prepares it when nobody did before).
     bool setup(const double* taps, int32_t tapCount, int32_t log2Block);
     void release();
 

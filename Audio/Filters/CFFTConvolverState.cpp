@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "Audio/Filters/CFFTConvolverKernel.h"
+#include "Audio/Filters/CFilterKernels.h"
 
 namespace orl {
 
@@ -26,6 +27,8 @@ void CFFTConvolverState::release() {
     m_newest = 0;
 }
 
+void CFFTConvolverState::setKernels(const CFilterKernels* kernels) { m_kernels = kernels; }
+
 bool CFFTConvolverState::setup(const CFFTConvolverKernel& kernel) {
     release();
     if (!kernel.isReady()) return false;
@@ -46,6 +49,7 @@ bool CFFTConvolverState::setup(const CFFTConvolverKernel& kernel) {
     m_blockSize = kernel.blockSize();
     m_partitions = kernel.partitionCount();
     m_stride = kernel.binStride();
+    if (m_kernels == nullptr) m_kernels = &CFilterKernels::get();
     reset();
     return true;
 }
@@ -91,22 +95,21 @@ void CFFTConvolverState::process(const CFFTConvolverKernel& kernel, const double
 
 void CFFTConvolverState::runBlock(const CFFTConvolverKernel& kernel) {
     const int32_t block = m_blockSize;
-    const int32_t bins = block + 1;
     m_newest = m_newest + 1 == m_partitions ? 0 : m_newest + 1;
     fftw_execute_dft_r2c(kernel.forwardPlan(), m_time, m_transforms + static_cast<int64_t>(m_newest) * m_stride);
     // The block just transformed is the older half of the next window.
     std::memcpy(m_time, m_time + block, sizeof(double) * static_cast<size_t>(block));
 
-    // Partition p of the kernel meets the input transform of p blocks ago.
-    std::memset(m_sum, 0, sizeof(fftw_complex) * static_cast<size_t>(bins));
+    // Partition p of the kernel meets the input transform of p blocks ago. The sum runs over
+    // the whole stride: the bins past B + 1 are zero in every transform, and a length that is
+    // a multiple of four leaves the vector loop no remainder.
+    std::memset(m_sum, 0, sizeof(fftw_complex) * static_cast<size_t>(m_stride));
+    auto* const multiplyAdd = m_kernels->complexMultiplyAdd;
+    double* const sum = &m_sum[0][0];
     int32_t slot = m_newest;
     for (int32_t p = 0; p < m_partitions; ++p) {
         const fftw_complex* x = m_transforms + static_cast<int64_t>(slot) * m_stride;
-        const fftw_complex* h = kernel.partition(p);
-        for (int32_t k = 0; k < bins; ++k) {
-            m_sum[k][0] += x[k][0] * h[k][0] - x[k][1] * h[k][1];
-            m_sum[k][1] += x[k][0] * h[k][1] + x[k][1] * h[k][0];
-        }
+        multiplyAdd(sum, &x[0][0], &kernel.partition(p)[0][0], m_stride);
         slot = slot == 0 ? m_partitions - 1 : slot - 1;
     }
     fftw_execute_dft_c2r(kernel.inversePlan(), m_sum, m_result);

@@ -6,6 +6,7 @@
 namespace orl {
 
 class CFFTConvolverKernel;
+struct CFilterKernels;
 
 // One channel of a uniformly partitioned FFT convolution (overlap-save with a frequency-domain
 // delay line): input is collected in blocks of B samples, each block is transformed together
@@ -37,6 +38,9 @@ public:
     void process(const CFFTConvolverKernel& kernel, const double* in, double* out, int32_t count);
 
     int32_t latency() const { return m_blockSize; }
+    // The build of the product sum (plain or AVX2); the one chosen at start unless a test or a
+    // benchmark asks for another.
+    void setKernels(const CFilterKernels* kernels);
 
 private:
     void runBlock(const CFFTConvolverKernel& kernel);
@@ -46,6 +50,7 @@ private:
     double* m_output = nullptr;            // B: the output being played out
     fftw_complex* m_transforms = nullptr;  // P transforms of input blocks, a ring
     fftw_complex* m_sum = nullptr;         // the product sum of one block
+    const CFilterKernels* m_kernels = nullptr;
     int32_t m_blockSize = 0;
     int32_t m_partitions = 0;
     int32_t m_stride = 0;

@@ -16,16 +16,6 @@ const CCreatorRow kFilterIIRCreators[] = {
     {nullptr, nullptr, nullptr},
 };
 
-// "freq" of "^freq", "/plugin.x.freq" or "freq".
-CString lastComponent(const CString& path) {
-    int32_t start = 0;
-    for (int32_t i = 0; i < path.length(); ++i) {
-        const char16_t c = path.at(i);
-        if (c == u'.' || c == u'^' || c == u'/' || c == u':') start = i + 1;
-    }
-    return path.substring(start);
-}
-
 }  // namespace
 
 CModFilterIIRDef::CModFilterIIRDef() {
@@ -57,7 +47,7 @@ CError* CModFilterIIRDef::initChilds() {
     for (const auto& [slot, alloc] : paramAllocs()) {
         if (slot < 0 || slot >= CAudioModule::kMaxParams) continue;
         if (slot + 1 > m_slotCount) m_slotCount = slot + 1;
-        const CString name = lastComponent(alloc->paramName());
+        const CString& name = alloc->localName();
         if (name == "index") {
             m_indexSlot = slot;
         } else if (m_valueCount < CAudioFilterValues::kMaxValues) {

@@ -29,6 +29,13 @@ const CAudioParamReader* CModWholeNode::param(int32_t index) const {
     return nullptr;
 }
 
+const CAudioParamReader* CModWholeNode::namedParam(const char* localName) const {
+    for (const CAlloc* alloc : m_allocs) {
+        if (alloc->def->localName() == localName) return alloc->param;
+    }
+    return nullptr;
+}
+
 double CModWholeNode::paramElement(int32_t index, int32_t element, double builtinDefault) const {
     const CAudioParamReader* p = param(index);
     return p ? p->pick(m_group, element) : builtinDefault;

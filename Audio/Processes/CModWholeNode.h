@@ -30,6 +30,8 @@ protected:
 
     // The parameter of allocation `index`, or null when the definition or the host has none.
     const CAudioParamReader* param(int32_t index) const;
+    // The parameter of the allocation whose parameter name ends in `localName`, or null.
+    const CAudioParamReader* namedParam(const char* localName) const;
     // The value at element `element` by the shared rule, read at this node's group; the
     // built-in default when the slot is unbound.
     double paramElement(int32_t index, int32_t element, double builtinDefault) const;

@@ -154,7 +154,7 @@ std::map<int32_t, std::vector<double>> CTestGraphRunner::run(const std::vector<s
     m_latencies.clear();
     for (uint32_t m = m_root->outputMask(); m; m &= m - 1) {
         const CAudioChannel& ch = m_root->output(__builtin_ctz(m));
-        out[ch.index].assign(ch.buffer->data(), ch.buffer->data() + count);
+        out[ch.index].assign(ch.buffer->data(), ch.buffer->data() + m_root->outputSampleCount());
         m_latencies[ch.index] = ch.latency;
     }
     m_root->releaseOutputs();

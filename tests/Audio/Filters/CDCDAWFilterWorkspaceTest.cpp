@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstdio>
 #include <numbers>
 #include <string>
@@ -229,7 +230,8 @@ TEST_F(CDCDAWFilterWorkspaceTest, HalfBandPassAndStopBandsOnSines) {
 }
 
 // The AVX2 build and the plain build give the same samples within rounding: every biquad form
-// through a glide with a waiting set, and every half-band size.
+// through a glide with a waiting set, every half-band size, and the FFT convolution's product
+// sum.
 TEST_F(CDCDAWFilterWorkspaceTest, KernelBuildsAgree) {
     if (!CFilterKernels::avx2()) GTEST_SKIP() << "no AVX2+FMA here";
     const Signal x = uniformNoise(6000, 11);
@@ -268,5 +270,21 @@ TEST_F(CDCDAWFilterWorkspaceTest, KernelBuildsAgree) {
             d->b[i] = 0.05 + 0.9 * (2 * i + 1) / (2.0 * sections);
         }
         compare(list, nullptr, ("sections " + std::to_string(sections)).c_str());
+    }
+
+    // The FFT convolution's product sum, at an odd length so that both the pairs and the tail
+    // run, onto a sum that holds values already: both builds against complex arithmetic.
+    const int32_t bins = 1031;
+    const Signal xs = uniformNoise(2 * bins, 12), hs = uniformNoise(2 * bins, 13), start = uniformNoise(2 * bins, 14);
+    for (const CFilterKernels* kernels : {&CFilterKernels::plain(), CFilterKernels::avx2()}) {
+        Signal sum = start;
+        kernels->complexMultiplyAdd(sum.data(), xs.data(), hs.data(), bins);
+        kernels->complexMultiplyAdd(sum.data(), hs.data(), start.data(), bins);
+        for (int32_t k = 0; k < bins; ++k) {
+            const auto at = [k](const Signal& v) { return std::complex<double>(v[2 * k], v[2 * k + 1]); };
+            const std::complex<double> expected = at(start) + at(xs) * at(hs) + at(hs) * at(start);
+            ASSERT_NEAR(sum[2 * k], expected.real(), 1e-14) << kernels->name << " " << k;
+            ASSERT_NEAR(sum[2 * k + 1], expected.imag(), 1e-14) << kernels->name << " " << k;
+        }
     }
 }
