@@ -111,6 +111,12 @@ public:
     void postBatch(CAudioParamChangeList* batch);
     // The list that waits for the audio thread, or null; the caller owns it.
     CAudioParamChangeList* takeChanges();
+    // The same with the environment lock already held by the caller, who takes more under it.
+    CAudioParamChangeList* takeChangesLocked() {
+        CAudioParamChangeList* list = m_list;
+        m_list = nullptr;
+        return list;
+    }
     // On the audio thread (or the thread that primes the graph): each change in order into the
     // audio side, then to the bindings. Frees the list.
     void applyChanges(CAudioParamChangeList* list);
