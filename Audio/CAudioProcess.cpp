@@ -5,6 +5,7 @@
 #include "Audio/CAudioProcessFactory.h"
 #include "Audio/CAudioProcessLinkDef.h"
 #include "Audio/CAudioProcessLinkStateDef.h"
+#include "Audio/CDefNameResolver.h"
 #include "Audio/CSampleBufferPool.h"
 #include "Audio/Kernels/CDSPKernels.h"
 #include "Core/CError.h"
@@ -51,6 +52,13 @@ void CAudioProcess::unlistenAll() {
     }
 }
 
+// A state's parameter named relative to this process: against the running path (the one its
+// parameters are allocated under), which differs from the definition's path when the graph is
+// made below an instance root.
+CString CAudioProcess::runningName(const CString& resolved, const CString& local) const {
+    return m_path.isEmpty() ? resolved : CDefNameResolver::resolve(m_path, local);
+}
+
 CError* CAudioProcess::init() {
     const CAudioProcessDef* def = processDef();
     if (!def) return nullptr;
@@ -72,8 +80,11 @@ CError* CAudioProcess::init() {
         auto* state = new CBypassState();
         state->def = stateDef;
         if (m_params) {
-            state->param = m_params->findParam(stateDef->paramName());
-            if (!stateDef->andParamName().isEmpty()) state->andParam = m_params->findParam(stateDef->andParamName());
+            state->param = m_params->findParam(runningName(stateDef->paramName(), stateDef->localParamName()));
+            if (!stateDef->andParamName().isEmpty()) {
+                state->andParam =
+                    m_params->findParam(runningName(stateDef->andParamName(), stateDef->localAndParamName()));
+            }
         }
         listen(state->param, state->listener, state->mask);
         listen(state->andParam, state->andListener, state->mask);
@@ -82,7 +93,7 @@ CError* CAudioProcess::init() {
     for (CAudioProcessLinkStateDef* stateDef : def->linkStates()) {
         auto* watcher = new CLinkStateWatcher();
         watcher->def = stateDef;
-        if (m_params) watcher->param = m_params->findParam(stateDef->paramName());
+        if (m_params) watcher->param = m_params->findParam(runningName(stateDef->paramName(), stateDef->localParamName()));
         listen(watcher->param, watcher->listener, watcher->mask);
         m_watchers.add(watcher);
     }

@@ -72,6 +72,7 @@ private:
     };
 
     const CAudioProcessDef* processDef() const;
+    CString runningName(const CString& resolved, const CString& local) const;
     bool isStateActive(int32_t id) const;
     bool isChildPresent(int32_t record) const;
     int32_t findRecord(const CString& name) const;

@@ -95,6 +95,7 @@ CError* CAudioProcessBypassStateDef::init() {
         return ORL_ERROR(nullptr, fullName(),
                          "@orlstr_CAudioProcessBypassStateDef_init_InvalidParam Invalid parameter name specified.");
     }
+    m_localParamName = param;
     m_paramName = CDefNameResolver::resolve(base, param);
 
     const CAttrValue* value = findAttr(CString("value"));
@@ -108,7 +109,8 @@ CError* CAudioProcessBypassStateDef::init() {
     }
 
     // Without a second parameter its value and range play no part, so they aren't judged either.
-    m_andParamName = CDefNameResolver::resolve(base, getAttrString(CString("and-param")));
+    m_localAndParamName = getAttrString(CString("and-param"));
+    m_andParamName = CDefNameResolver::resolve(base, m_localAndParamName);
     if (!m_andParamName.isEmpty()) {
         const CAttrValue* andValue = findAttr(CString("and-value"));
         m_andCondition.setValue(andValue && andValue->type() != CAttrValue::kEmpty ? andValue->getDouble()

@@ -36,6 +36,9 @@ public:
     int32_t id() const { return m_id; }
     // Full names, resolved against the definition that holds the state.
     const CString& paramName() const { return m_paramName; }
+    // The names as written, for a running process to resolve against its own path.
+    const CString& localParamName() const { return m_localParamName; }
+    const CString& localAndParamName() const { return m_localAndParamName; }
     // Empty when the condition has one parameter only.
     const CString& andParamName() const { return m_andParamName; }
     bool isInverted() const { return m_inverted; }
@@ -49,6 +52,8 @@ public:
 private:
     int32_t m_id = 0;
     CString m_paramName;
+    CString m_localParamName;
+    CString m_localAndParamName;
     CString m_andParamName;
     bool m_inverted = false;
     CCondition m_condition;

@@ -8,7 +8,8 @@ namespace orl {
 CError* CAudioProcessLinkStateDef::init() {
     if (CError* err = CObject::init()) return ORL_PASS(err, fullName());
     const CString& base = parent() ? parent()->fullName() : CString::empty();
-    m_paramName = CDefNameResolver::resolve(base, getAttrString(CString("param")));
+    m_localParamName = getAttrString(CString("param"));
+    m_paramName = CDefNameResolver::resolve(base, m_localParamName);
     return nullptr;
 }
 

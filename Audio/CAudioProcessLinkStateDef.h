@@ -11,9 +11,12 @@ public:
 
     // Full name, resolved against the definition that holds this object.
     const CString& paramName() const { return m_paramName; }
+    // The name as written, for a running process to resolve against its own path.
+    const CString& localParamName() const { return m_localParamName; }
 
 private:
     CString m_paramName;
+    CString m_localParamName;
 };
 
 }  // namespace orl
