@@ -10,6 +10,7 @@
 #include "Audio/Kernels/CDSPKernels.h"
 #include "Core/CError.h"
 #include "Core/CObject.h"
+#include "bench/CBenchGraphBlock.h"
 
 using namespace orl;
 
@@ -79,19 +80,7 @@ void runChain(benchmark::State& state, const char* tag) {
 
     constexpr int32_t kBlock = 512;
     std::vector<double> input(kBlock, 0.5);
-    auto block = [&] {
-        for (int32_t c = 0; c < 2; ++c) {
-            CAudioChannel ch;
-            ch.index = c;
-            ch.sampleRate = 48000.0;
-            ch.buffer = pool.acquire(kBlock);
-            CDSPKernels::get().copy(ch.buffer->data(), input.data(), kBlock);
-            root->deliver(0, ch, kBlock);
-        }
-        root->process();
-        benchmark::DoNotOptimize(root->output(0).buffer->data()[kBlock - 1]);
-        root->releaseOutputs();
-    };
+    auto block = [&] { runBenchStereoBlock(root, pool, input); };
     for (int i = 0; i < 10; ++i) block();
     for (auto _ : state) block();
     // CPU time per second of audio: each iteration is 512 / 48000 s of audio.

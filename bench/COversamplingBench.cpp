@@ -16,6 +16,7 @@
 #include "Audio/Processes/CSignalModules.h"
 #include "Core/CError.h"
 #include "Core/CObject.h"
+#include "bench/CBenchGraphBlock.h"
 
 using namespace orl;
 
@@ -85,19 +86,7 @@ void runRoundTrip(benchmark::State& state, const char* mode, const char* linearP
     constexpr int32_t kBlock = 512;
     std::vector<double> input(kBlock);
     for (int32_t i = 0; i < kBlock; ++i) input[i] = 0.5 * ((i * 7919) % 1000) / 1000.0 - 0.25;
-    auto block = [&] {
-        for (int32_t c = 0; c < 2; ++c) {
-            CAudioChannel ch;
-            ch.index = c;
-            ch.sampleRate = 48000.0;
-            ch.buffer = pool.acquire(kBlock);
-            CDSPKernels::get().copy(ch.buffer->data(), input.data(), kBlock);
-            root->deliver(0, ch, kBlock);
-        }
-        root->process();
-        benchmark::DoNotOptimize(root->output(0).buffer->data()[kBlock - 1]);
-        root->releaseOutputs();
-    };
+    auto block = [&] { runBenchStereoBlock(root, pool, input); };
     for (int i = 0; i < 50; ++i) block();
     for (auto _ : state) block();
     state.counters["cpu_per_audio_s"] = benchmark::Counter(
