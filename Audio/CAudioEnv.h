@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <cstdint>
 
 #include "Core/CObject.h"
@@ -35,6 +36,14 @@ public:
     void setStreamTime(double seconds) { m_streamTime = seconds; }
     double blockEndTime() const { return m_blockEndTime; }
     void setBlockEndTime(double seconds) { m_blockEndTime = seconds; }
+    // The rate of visualisation records that the displays last asked for, per second.
+    double wantedVizRate() const { return m_wantedVizRate; }
+    void setWantedVizRate(double perSecond) { m_wantedVizRate = perSecond; }
+
+    // ---- the audio thread's copy of the wanted rate, taken over at a block start ----
+    // Read by the meters at each frame end without the lock.
+    double blockVizRate() const { return m_blockVizRate.load(std::memory_order_relaxed); }
+    void setBlockVizRate(double perSecond) { m_blockVizRate.store(perSecond, std::memory_order_relaxed); }
 
 private:
     CCriticalSection m_lock;
@@ -43,6 +52,9 @@ private:
     uint32_t m_latency = 0;
     double m_streamTime = 0.0;
     double m_blockEndTime = 0.0;
+    // Until a display asks, the rate of a display that draws at the usual frame rate.
+    double m_wantedVizRate = 30.0;
+    std::atomic<double> m_blockVizRate{30.0};
 };
 
 }  // namespace orl

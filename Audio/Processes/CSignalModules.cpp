@@ -11,6 +11,7 @@
 #include "Audio/Processes/CModPolyComp2Def.h"
 #include "Audio/Processes/COversamplingRegistration.h"
 #include "Audio/Processes/CRoutingModulesRegistration.h"
+#include "Audio/Processes/CVizModulesRegistration.h"
 
 namespace orl {
 
@@ -27,7 +28,8 @@ bool CSignalModules::registerAll() {
     return definitions && detectors && compressor && filters &&
            CRoutingModulesRegistration::ensureCreatorsRegistered() &&
            COversamplingRegistration::ensureCreatorsRegistered() &&
-           CModLatencyUniformerDef::ensureCreatorsRegistered();
+           CModLatencyUniformerDef::ensureCreatorsRegistered() &&
+           CVizModulesRegistration::ensureCreatorsRegistered();
 }
 
 }  // namespace orl
