@@ -36,6 +36,8 @@
 #include "Core/CObject.h"
 #include "Platform/CFloatMode.h"
 #include "Platform/CPlatformDisplay.h"
+#include "Other/CAudioVizCollector.h"
+#include "Other/CAudioVizDeltaList.h"
 
 namespace orl {
 
@@ -174,6 +176,8 @@ CAudioWrapper::CAudioWrapper()
 CAudioWrapper::~CAudioWrapper() {
     m_ready.store(false, std::memory_order_release);
     m_programListener.detach();
+    delete m_vizDeltas;  // taken at the last block but never applied
+    m_vizDeltas = nullptr;
     if (m_pMainWindowSize && m_useWindowResizing) m_pMainWindowSize->removeListener(&m_winSizeListener);
     if (m_registry) m_registry->setRoutingInfo(nullptr);
     if (m_output) {
@@ -367,9 +371,9 @@ CError* CAudioWrapper::bindObjects() {
     if (CError* err = m_root->findObjectChecked(m_collector, CString("plugin.param-collector"))) {
         return ORL_PASS(err, CString::empty());
     }
-    // The visualisation collector and the interface base join once they exist; until then an
-    // instance without them is whole.
-    m_vizCollector = m_root->findObject(CString("plugin.viz-collector"));
+    // The visualisation collector is optional (an instance without displays is whole), and so is
+    // the interface base until it exists.
+    m_vizCollector = dynamic_cast<CAudioVizCollector*>(m_root->findObject(CString("plugin.viz-collector")));
     m_interfaceBase = m_root->findObject(CString("plugin.interface-base"));
     if (CError* err = m_root->findObjectChecked(m_extParams, CString("plugin.ext-param-list"))) {
         return ORL_PASS(err, CString::empty());
@@ -570,6 +574,7 @@ void CAudioWrapper::prime() {
     exchangeVizLocked();
     CAudioParamChangeList* changes = m_collector->takeChangesLocked();
     m_env->leave();
+    applyVizDeltas();
     m_collector->applyChanges(changes);
 
     deliverSilence();
@@ -658,6 +663,7 @@ void CAudioWrapper::exchangeChanges(bool first, int32_t slice, double rate) {
     }
     CAudioParamChangeList* changes = m_collector->takeChangesLocked();
     m_env->leave();
+    if (first) applyVizDeltas();
     m_collector->applyChanges(changes);
 }
 
@@ -1025,11 +1031,29 @@ void CAudioWrapper::sendUpdateIoChannelCounts() {
 }
 
 void CAudioWrapper::dropPendingVizData() {
-    // No UI clients exist before the interface base is bound, so no visualisation data is pending.
+    if (m_vizCollector) m_vizCollector->dropPending();
 }
 
+// Under the environment lock: the listener counts that displays changed since the last block.
 void CAudioWrapper::exchangeVizLocked() {
-    // No UI clients exist before the interface base is bound: nobody requests visualisation data.
+    if (!m_vizCollector) return;
+    bool requested = false;
+    CAudioVizDeltaList* deltas = m_vizCollector->takeDeltasLocked(requested);
+    if (!deltas) return;
+    if (m_vizDeltas) {
+        // Not applied yet (a priming step between two takes): the older list goes first.
+        m_vizCollector->applyDeltas(m_vizDeltas, true);
+    }
+    m_vizDeltas = deltas;
+}
+
+// Outside the lock, before the parameter changes: a source switched on or off moves its
+// `-enable` parameter on the audio side at once, so the graph takes its meter in or out now.
+void CAudioWrapper::applyVizDeltas() {
+    if (!m_vizCollector || !m_vizDeltas) return;
+    CAudioVizDeltaList* deltas = m_vizDeltas;
+    m_vizDeltas = nullptr;
+    m_vizCollector->applyDeltas(deltas, true);
 }
 
 void CAudioWrapper::bindInterfaceDataProvider() {

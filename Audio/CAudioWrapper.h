@@ -25,6 +25,8 @@ class CAudioParam;
 class CAudioParamCollector;
 class CAudioParamRegistry;
 class CAudioProcessBase;
+class CAudioVizCollector;
+class CAudioVizDeltaList;
 class CError;
 class CModOutput;
 class CObject;
@@ -216,6 +218,7 @@ private:
     void sendUpdateIoChannelCounts();
     void dropPendingVizData();
     void exchangeVizLocked();
+    void applyVizDeltas();
     void bindInterfaceDataProvider();
 
     // Automatic routing under the channel lock.
@@ -271,7 +274,8 @@ private:
     CAudioEnv* m_env = nullptr;
     CSampleBufferPool* m_pool = nullptr;
     CAudioParamCollector* m_collector = nullptr;
-    CObject* m_vizCollector = nullptr;    // optional until the visualisation side exists
+    CAudioVizCollector* m_vizCollector = nullptr;  // optional: an instance may have no displays
+    CAudioVizDeltaList* m_vizDeltas = nullptr;      // taken under the environment lock, applied after it
     CObject* m_interfaceBase = nullptr;   // optional until the interface base exists
     CAudioCCTable* m_ccTable = nullptr;
 

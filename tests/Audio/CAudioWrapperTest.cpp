@@ -1,4 +1,5 @@
 #include "Audio/CAudioWrapper.h"
+#include "Other/CAudioVizCollector.h"
 
 #include <gtest/gtest.h>
 
@@ -181,6 +182,24 @@ TEST_F(CAudioWrapperTest, InitBuildsTheInstanceAndItsHostBridges) {
 
     setNumbers(param("main-window-size"), {800.0, 600.0});
     EXPECT_EQ(h.resizes, (std::vector<std::pair<int32_t, int32_t>>{{800, 600}}));
+}
+
+// A display that starts listening to a source reaches the graph at the next block: the source's
+// `-enable` parameter is 1.0 on the audio side then, and back at 0.0 after the last one leaves.
+TEST_F(CAudioWrapperTest, DisplayListenersSwitchSourcesAtBlockStarts) {
+    CTestHost& h = make();
+    auto* viz = dynamic_cast<CAudioVizCollector*>(h.instanceRoot()->findObject(CString("plugin.viz-collector")));
+    ASSERT_NE(viz, nullptr);
+    CAudioVizEntry* entry = viz->getEntry(CString("plugin.modMain.probe"));
+    const std::vector<std::vector<float>> in(2, std::vector<float>(64, 0.25f));
+    viz->addListener(entry);
+    run(in, 64);
+    const CAudioParam* enable = h.collector()->getParam(CString("plugin.modMain.probe-enable"));
+    ASSERT_NE(enable, nullptr);
+    EXPECT_EQ(enable->audioStorage().getValue(0, 0, -1.0), 1.0);
+    viz->removeListener(entry);
+    run(in, 64);
+    EXPECT_EQ(enable->audioStorage().getValue(0, 0, -1.0), 0.0);
 }
 
 TEST_F(CAudioWrapperTest, InitFailsWithItsMessage) {
