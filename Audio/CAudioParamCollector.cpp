@@ -165,6 +165,32 @@ void CAudioParamCollector::removeRegistry(CAudioParamRegistryLink* registry) {
     if (at >= 0) m_registries.removeAt(at);
 }
 
+CAudioParamRegistryLink* CAudioParamCollector::findRegistry(const CString& name) {
+    CCriticalSectionLock hold(m_collectorLock);
+    for (CAudioParamRegistryLink* registry : m_registries) {
+        if (registry->registryName() == name) return registry;
+    }
+    return nullptr;
+}
+
+void CAudioParamCollector::markEdited(const CAudioParam& param, int32_t group, const CAudioParamUndoContext& undo) {
+    CArray<CAudioParamRegistryLink*> registries;
+    {
+        CCriticalSectionLock hold(m_collectorLock);
+        registries = m_registries;
+    }
+    // The registries that took the parameter, by the rule of offer: an enumerating one alone.
+    for (CAudioParamRegistryLink* registry : registries) {
+        if (registry->isEnumerated() && registry->matchesPrefix(param.name())) {
+            registry->markEdited(param, group, undo);
+            return;
+        }
+    }
+    for (CAudioParamRegistryLink* registry : registries) {
+        if (!registry->isEnumerated() && registry->matchesPrefix(param.name())) registry->markEdited(param, group, undo);
+    }
+}
+
 void CAudioParamCollector::offer(CAudioParam& param) {
     CArray<CAudioParamRegistryLink*> registries;
     {

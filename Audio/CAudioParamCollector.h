@@ -29,6 +29,7 @@ class CAudioParamInfo;
 class CAudioParamLockContext;
 class CAudioParamNode;
 class CAudioParamRegistryLink;
+struct CAudioParamUndoContext;
 class CAudioParamStorage;
 struct CAudioParamBinding;
 
@@ -69,6 +70,11 @@ public:
     // ---- registries and definitions ----
     void addRegistry(CAudioParamRegistryLink* registry);
     void removeRegistry(CAudioParamRegistryLink* registry);
+    // The registry whose registryName is name, or null.
+    CAudioParamRegistryLink* findRegistry(const CString& name);
+    // Tells the registries that took param of a control's hand edit of a group (see
+    // CAudioParamRegistryLink::markEdited). With param locked.
+    void markEdited(const CAudioParam& param, int32_t group, const CAudioParamUndoContext& undo);
     // Once, at the end of the set-up: offers every parameter in name order, then runs the first
     // activation of each registry.
     void finish();

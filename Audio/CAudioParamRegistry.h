@@ -142,7 +142,7 @@ public:
     // is stored here without the persistent rule and the preset name of that group isn't
     // "User", the preset name parameter becomes "User" in the edit's undo context, with param
     // as the source. Called with param locked. True when the name changed.
-    bool markEdited(const CAudioParam& param, int32_t group, const CAudioParamUndoContext& undo);
+    bool markEdited(const CAudioParam& param, int32_t group, const CAudioParamUndoContext& undo) override;
 
     // Whether a routing preset fits the instance: non-zero `ms-pairs` needs mid/side; a
     // `sidechain` other than 0, 1, 2... or a non-zero `sidechain-mute` needs a side chain.

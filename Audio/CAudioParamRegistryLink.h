@@ -1,10 +1,13 @@
 #pragma once
+#include <cstdint>
+
 #include "Core/CString.h"
 
 namespace orl {
 
 class CAudioParam;
 class CAudioParamEnumRegistry;
+struct CAudioParamUndoContext;
 
 // What the collector needs of a parameter registry. Registries are asked in order of ascending
 // prefix length: first those that enumerate their parameters' values (the first that takes a
@@ -28,6 +31,15 @@ public:
     // when it enumerates nothing).
     virtual const CString& registryName() const = 0;
     virtual CAudioParamEnumRegistry* enumRegistry() { return nullptr; }
+    // A control's hand edit of a group of param, which the registry took: a registry that names
+    // its current preset renames it to show that the state was edited. With param locked; true
+    // when something was renamed.
+    virtual bool markEdited(const CAudioParam& param, int32_t group, const CAudioParamUndoContext& undo) {
+        (void)param;
+        (void)group;
+        (void)undo;
+        return false;
+    }
 
     // The usual test of offerParam: the name starts with the prefix.
     bool matchesPrefix(const CString& name) const { return name.startsWith(paramPrefix()); }

@@ -36,6 +36,7 @@
 #include "Core/CObject.h"
 #include "Platform/CFloatMode.h"
 #include "Platform/CPlatformDisplay.h"
+#include "Other/CAudioInterfaceBase.h"
 #include "Other/CAudioVizCollector.h"
 #include "Other/CAudioVizDeltaList.h"
 
@@ -374,7 +375,7 @@ CError* CAudioWrapper::bindObjects() {
     // The visualisation collector is optional (an instance without displays is whole), and so is
     // the interface base until it exists.
     m_vizCollector = dynamic_cast<CAudioVizCollector*>(m_root->findObject(CString("plugin.viz-collector")));
-    m_interfaceBase = m_root->findObject(CString("plugin.interface-base"));
+    m_interfaceBase = dynamic_cast<CAudioInterfaceBase*>(m_root->findObject(CString("plugin.interface-base")));
     if (CError* err = m_root->findObjectChecked(m_extParams, CString("plugin.ext-param-list"))) {
         return ORL_PASS(err, CString::empty());
     }
@@ -1011,23 +1012,23 @@ void CAudioWrapper::importChannelLabels() {
 // ---- messages to UI clients ----
 
 void CAudioWrapper::sendUpdateSampleRate() {
-    // No UI clients exist before the interface base is bound.
+    if (m_interfaceBase) m_interfaceBase->sendUpdateSampleRate();
 }
 
 void CAudioWrapper::sendStartViz() {
-    // No UI clients exist before the interface base is bound.
+    if (m_interfaceBase) m_interfaceBase->sendStartViz();
 }
 
 void CAudioWrapper::sendStopViz() {
-    // No UI clients exist before the interface base is bound.
+    if (m_interfaceBase) m_interfaceBase->sendStopViz();
 }
 
 void CAudioWrapper::sendClearClient() {
-    // No UI clients exist before the interface base is bound.
+    if (m_interfaceBase) m_interfaceBase->sendClearClient();
 }
 
 void CAudioWrapper::sendUpdateIoChannelCounts() {
-    // No UI clients exist before the interface base is bound.
+    if (m_interfaceBase) m_interfaceBase->sendUpdateIoChannelCounts();
 }
 
 void CAudioWrapper::dropPendingVizData() {
@@ -1057,7 +1058,7 @@ void CAudioWrapper::applyVizDeltas() {
 }
 
 void CAudioWrapper::bindInterfaceDataProvider() {
-    // No UI clients exist before the interface base is bound; it takes this provider then.
+    if (m_interfaceBase) m_interfaceBase->setDataProvider(this);
 }
 
 }  // namespace orl

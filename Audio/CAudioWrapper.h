@@ -25,6 +25,7 @@ class CAudioParam;
 class CAudioParamCollector;
 class CAudioParamRegistry;
 class CAudioProcessBase;
+class CAudioInterfaceBase;
 class CAudioVizCollector;
 class CAudioVizDeltaList;
 class CError;
@@ -209,8 +210,8 @@ private:
     double envSampleRate() const;
     void writeParam(CAudioParam* param, double value);
 
-    // Messages to UI clients and the visualisation side. Each is one place, so that the
-    // interface base can take them over when it is bound.
+    // Messages to the windows through the interface base (none when the instance has no base),
+    // and the visualisation side.
     void sendUpdateSampleRate();
     void sendStartViz();
     void sendStopViz();
@@ -276,7 +277,7 @@ private:
     CAudioParamCollector* m_collector = nullptr;
     CAudioVizCollector* m_vizCollector = nullptr;  // optional: an instance may have no displays
     CAudioVizDeltaList* m_vizDeltas = nullptr;      // taken under the environment lock, applied after it
-    CObject* m_interfaceBase = nullptr;   // optional until the interface base exists
+    CAudioInterfaceBase* m_interfaceBase = nullptr;  // optional: an instance may serve no windows
     CAudioCCTable* m_ccTable = nullptr;
 
     CAudioProcessBase* m_main = nullptr;

@@ -2,11 +2,13 @@
 
 #include <cmath>
 
+#include "Core/CAttrValue.h"
 #include "Core/CByteBuffer.h"
 #include "Core/CError.h"
 #include "Core/CHighResTime.h"
 #include "Core/CInputStream.h"
 #include "Core/CMemoryReader.h"
+#include "Other/CAudioInterfaceClient.h"
 #include "Other/CAudioVizData.h"
 #include "Other/CVizListener.h"
 #include "Other/CVizRequestSender.h"
@@ -26,6 +28,7 @@ int32_t normalisedSlot(int32_t slot) { return slot < 0 ? -1 : slot; }
 CVizExchange::CVizExchange() : m_clock(&highResSeconds) {}
 
 CVizExchange::~CVizExchange() {
+    if (m_client && m_client->vizTarget() == this) m_client->setVizTarget(nullptr);
     // The audio side forgets this window's interest; the displays are gone with the window.
     if (m_sender) {
         for (const auto& [name, registrations] : m_listeners) m_sender->unlistenViz(name);
@@ -40,8 +43,47 @@ CError* CVizExchange::init() {
     const double timeout = hasAttr(CString("inactive-timeout")) ? getAttrDouble(CString("inactive-timeout")) : 1.0;
     configure(fps, timeout);
     const CString& clientPath = getAttrString(CString("interface-client"));
-    if (!clientPath.isEmpty() && !m_sender) m_sender = dynamic_cast<CVizRequestSender*>(findObject(clientPath));
+    if (!clientPath.isEmpty() && !m_sender) {
+        CObject* client = findObject(clientPath);
+        m_sender = dynamic_cast<CVizRequestSender*>(client);
+        m_client = dynamic_cast<CAudioInterfaceClient*>(client);
+        if (m_client) m_client->setVizTarget(this);
+    }
     return nullptr;
+}
+
+void CVizExchange::fillDescriptors(CClassDescriptors& descriptors) {
+    CObject::fillDescriptors(descriptors);
+    CEventEntry timer;
+    timer.proc = &onTimer;
+    descriptors.events[CString("on-timer")] = timer;
+    descriptors.attrHandlers[CString("fps")] = &onFps;
+}
+
+CError* CVizExchange::initChilds() {
+    if (CError* err = CObject::initChilds()) return ORL_PASS(err, fullName());
+    const CString& tag = getAttrString(CString("timer-tag"));
+    if (tag.isEmpty()) return nullptr;
+    if (CError* err = createChild(m_timer, tag, CString("timer"))) return ORL_PASS(err, fullName());
+    const double fps = hasAttr(CString("fps")) ? getAttrDouble(CString("fps")) : 40.0;
+    if (CError* err = m_timer->setAttr(CString("fps"), doubleToAttrText(fps), true)) return ORL_PASS(err, fullName());
+    listenObject(m_timer->fullName(), CString("tick"), CString("on-timer"));
+    return nullptr;
+}
+
+CError* CVizExchange::onTimer(CObject* object) {
+    static_cast<CVizExchange*>(object)->tick();
+    return nullptr;
+}
+
+CError* CVizExchange::onFps(CObject* object, CAttrValue& value) {
+    // The frame rate setting changed: the timer and the inactivity limit follow it.
+    auto* self = static_cast<CVizExchange*>(object);
+    const double timeout =
+        self->hasAttr(CString("inactive-timeout")) ? self->getAttrDouble(CString("inactive-timeout")) : 1.0;
+    self->configure(value.getDouble(), timeout);
+    if (!self->m_timer) return nullptr;
+    return self->m_timer->setAttr(CString("fps"), doubleToAttrText(value.getDouble()), true);
 }
 
 void CVizExchange::configure(double fps, double inactiveTimeout) {

@@ -9,6 +9,7 @@
 
 namespace orl {
 
+class CAudioInterfaceClient;
 class CAudioVizData;
 class CVizListener;
 class CVizRequestSender;
@@ -18,9 +19,10 @@ class CVizRequestSender;
 // first and loses its last display, asks for data at each tick at the rate the window really
 // draws, and hands each record to the displays of its source when the record's time has come.
 //
-// Attributes: `interface-client` (the object that sends for it, a CVizRequestSender), `fps`
-// (the window's frame rate; below 1 counts as 1) and `inactive-timeout` (seconds without a record
-// before a display is told to rest, while counting; below 0.01 counts as 0.5).
+// Attributes: `interface-client` (the object that sends for it, a CVizRequestSender, and that
+// hands it the answers), `timer-tag` (the class of its timer), `fps` (the window's frame rate;
+// below 1 counts as 1) and `inactive-timeout` (seconds without a record before a display is told
+// to rest, while counting; below 0.01 counts as 0.5).
 //
 // Everything runs on the window's thread, so the exchange needs no lock.
 class CVizExchange : public CObject, public CAudioInterfaceVizProcessor {
@@ -31,9 +33,18 @@ public:
     CVizExchange();
     ~CVizExchange() override;
 
+    static void fillDescriptors(CClassDescriptors& descriptors);
+
     CError* init() override;
+    // With `timer-tag`, makes the timer that drives tick at `fps`.
+    CError* initChilds() override;
 
     void setSender(CVizRequestSender* sender) { m_sender = sender; }
+    // The interface client goes before the exchange: nothing more is sent or detached.
+    void clientGone() {
+        m_sender = nullptr;
+        m_client = nullptr;
+    }
     void setClock(TClock clock, void* context) {
         m_clock = clock;
         m_clockContext = context;
@@ -75,12 +86,17 @@ private:
     };
     using TRegistrations = CMap<CVizListener*, CRegistration>;
 
+    static CError* onTimer(CObject* object);
+    static CError* onFps(CObject* object, CAttrValue& value);
+
     void deliver(const CString& name, const CAudioVizData& record);
     void deliverDue(double now);
     void freeQueue();
     double clockNow() const;
 
     CVizRequestSender* m_sender = nullptr;
+    CAudioInterfaceClient* m_client = nullptr;
+    CObject* m_timer = nullptr;
     TClock m_clock = nullptr;
     void* m_clockContext = nullptr;
 

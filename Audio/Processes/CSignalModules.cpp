@@ -12,6 +12,7 @@
 #include "Audio/Processes/COversamplingRegistration.h"
 #include "Audio/Processes/CRoutingModulesRegistration.h"
 #include "Audio/Processes/CVizModulesRegistration.h"
+#include "Other/CInterfaceRegistration.h"
 
 namespace orl {
 
@@ -29,7 +30,8 @@ bool CSignalModules::registerAll() {
            CRoutingModulesRegistration::ensureCreatorsRegistered() &&
            COversamplingRegistration::ensureCreatorsRegistered() &&
            CModLatencyUniformerDef::ensureCreatorsRegistered() &&
-           CVizModulesRegistration::ensureCreatorsRegistered();
+           CVizModulesRegistration::ensureCreatorsRegistered() &&
+           CInterfaceRegistration::ensureCreatorsRegistered();
 }
 
 }  // namespace orl

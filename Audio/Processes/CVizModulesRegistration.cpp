@@ -14,7 +14,7 @@ const CCreatorRow kVizCreators[] = {
     {"audio:modMeter", &createObjectOf<CModMeterDef>, &CObject::fillDescriptors},
     {"audio:modStatsWave", &createObjectOf<CModStatsWaveDef>, &CObject::fillDescriptors},
     {"audio:viz-collector", &createObjectOf<CAudioVizCollector>, &CObject::fillDescriptors},
-    {"ui:viz-exchange", &createObjectOf<CVizExchange>, &CObject::fillDescriptors},
+    {"ui:viz-exchange", &createObjectOf<CVizExchange>, &CVizExchange::fillDescriptors},
     {nullptr, nullptr, nullptr},
 };
 

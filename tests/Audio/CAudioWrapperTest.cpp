@@ -37,12 +37,6 @@ using test::str;
 
 namespace {
 
-// The interface base's undo list, under a tag of this test's own.
-const CCreatorRow kShellCreators[] = {
-    {"test:shell-undo", &createObjectOf<CAudioParamUndo>, &CObject::fillDescriptors},
-    {nullptr, nullptr, nullptr},
-};
-
 // A host in miniature: records what the shell asks of it.
 class CTestHost : public CAudioWrapper {
 public:
@@ -77,8 +71,6 @@ protected:
         ASSERT_TRUE(CSignalModules::registerAll());
         CConverterRegistration::ensureCreatorsRegistered();
         CAudioParamRegistration::ensureCreatorsRegistered();
-        static const bool registered = registerCreatorTable(kShellCreators);
-        ASSERT_TRUE(registered);
         CApplication::CSetup setup;
         const std::string tree = std::string(ORL_TEST_DEFINITIONS_DIR) + "/ShellPlugin.xml.bin";
         setup.sharedData = tree.c_str();

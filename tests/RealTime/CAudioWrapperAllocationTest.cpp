@@ -11,7 +11,6 @@
 #include "Audio/CAudioParam.h"
 #include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioParamRegistration.h"
-#include "Audio/CAudioParamUndo.h"
 #include "Audio/CAudioWrapper.h"
 #include "Audio/Converters/CConverterRegistration.h"
 #include "Audio/Processes/CSignalModules.h"
@@ -24,11 +23,6 @@ using namespace orl;
 using namespace orl::test;
 
 namespace {
-
-const CCreatorRow kShellCreators[] = {
-    {"test:shell-undo", &createObjectOf<CAudioParamUndo>, &CObject::fillDescriptors},
-    {nullptr, nullptr, nullptr},
-};
 
 // The host's side of the bridge: counts, and allocates nothing.
 class CSilentHost : public CAudioWrapper {
@@ -59,7 +53,6 @@ TEST(CAudioWrapperAllocation, ProcessWithChangesFromAnotherThreadAllocatesNothin
     ASSERT_TRUE(CSignalModules::registerAll());
     CConverterRegistration::ensureCreatorsRegistered();
     CAudioParamRegistration::ensureCreatorsRegistered();
-    ASSERT_TRUE(registerCreatorTable(kShellCreators));
     const std::string tree = shellTree();
     CApplication::CSetup setup;
     setup.sharedData = tree.c_str();
