@@ -111,34 +111,47 @@ CError* CParamInterfaceClient::receive(const uint8_t* data, uint32_t size) {
 
 // ---- parameters ----
 
-uint32_t CParamInterfaceClient::listenParam(const CString& name, CParamInterfaceParamListener* target) {
+// A target enters its map before the request goes, since the answer may come at once; a request
+// that can't be sent takes it out again.
+template <class T>
+uint32_t CParamInterfaceClient::listenTarget(CMap<uint32_t, T*>& targets, const char* event, const CString& name,
+                                             T* target) {
     if (!target) return 0;
     const uint32_t id = nextId();
     {
         CCriticalSectionLock hold(m_targetLock);
-        m_paramTargets[id] = target;
+        targets[id] = target;
     }
-    CInterfaceMessage message("listen-param");
+    CInterfaceMessage message(event);
     (void)message.writeString(name);
     (void)message.writeUInt32(id);
     if (CError* err = sendToBase(message)) {
         logError(err);
         deleteError(err);
         CCriticalSectionLock hold(m_targetLock);
-        m_paramTargets.erase(id);
+        targets.erase(id);
         return 0;
     }
     return id;
 }
 
-CError* CParamInterfaceClient::unlistenParam(uint32_t listenId) {
+template <class T>
+CError* CParamInterfaceClient::unlistenTarget(CMap<uint32_t, T*>& targets, const char* event, uint32_t listenId) {
     {
         CCriticalSectionLock hold(m_targetLock);
-        if (m_paramTargets.erase(listenId) == 0) return nullptr;
+        if (targets.erase(listenId) == 0) return nullptr;
     }
-    CInterfaceMessage message("unlisten-param");
+    CInterfaceMessage message(event);
     (void)message.writeUInt32(listenId);
     return sendToBase(message);
+}
+
+uint32_t CParamInterfaceClient::listenParam(const CString& name, CParamInterfaceParamListener* target) {
+    return listenTarget(m_paramTargets, "listen-param", name, target);
+}
+
+CError* CParamInterfaceClient::unlistenParam(uint32_t listenId) {
+    return unlistenTarget(m_paramTargets, "unlisten-param", listenId);
 }
 
 CError* CParamInterfaceClient::changeParam(uint32_t listenId, uint32_t undoId, const CAudioParamChange& record) {
@@ -251,33 +264,11 @@ CError* CParamInterfaceClient::onUpdateUndoHistory() {
 // ---- registries ----
 
 uint32_t CParamInterfaceClient::listenRegistry(const CString& registryPath, CParamInterfaceRegistryListener* target) {
-    if (!target) return 0;
-    const uint32_t id = nextId();
-    {
-        CCriticalSectionLock hold(m_targetLock);
-        m_registryTargets[id] = target;
-    }
-    CInterfaceMessage message("listen-registry");
-    (void)message.writeString(registryPath);
-    (void)message.writeUInt32(id);
-    if (CError* err = sendToBase(message)) {
-        logError(err);
-        deleteError(err);
-        CCriticalSectionLock hold(m_targetLock);
-        m_registryTargets.erase(id);
-        return 0;
-    }
-    return id;
+    return listenTarget(m_registryTargets, "listen-registry", registryPath, target);
 }
 
 CError* CParamInterfaceClient::unlistenRegistry(uint32_t listenId) {
-    {
-        CCriticalSectionLock hold(m_targetLock);
-        if (m_registryTargets.erase(listenId) == 0) return nullptr;
-    }
-    CInterfaceMessage message("unlisten-registry");
-    (void)message.writeUInt32(listenId);
-    return sendToBase(message);
+    return unlistenTarget(m_registryTargets, "unlisten-registry", listenId);
 }
 
 namespace {

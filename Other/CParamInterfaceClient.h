@@ -91,6 +91,10 @@ private:
     CError* onUpdateRegistry();
     CError* onRegistryData();
 
+    template <class T>
+    uint32_t listenTarget(CMap<uint32_t, T*>& targets, const char* event, const CString& name, T* target);
+    template <class T>
+    CError* unlistenTarget(CMap<uint32_t, T*>& targets, const char* event, uint32_t listenId);
     CParamInterfaceParamListener* paramTarget(uint32_t listenId);
     CParamInterfaceRegistryListener* registryTarget(uint32_t listenId);
 
