@@ -75,6 +75,12 @@ uint32_t CParamInterfaceClient::nextId() {
     return (static_cast<uint32_t>(clientId()) << 16) + counter;
 }
 
+CError* CParamInterfaceClient::sendWithId(const char* event, uint32_t id) {
+    CInterfaceMessage message(event);
+    (void)message.writeUInt32(id);
+    return sendToBase(message);
+}
+
 CError* CParamInterfaceClient::sendToBase(CInterfaceMessage& message) {
     CCriticalSectionLock hold(m_connectorLock);
     if (!m_connector) {
@@ -141,9 +147,7 @@ CError* CParamInterfaceClient::unlistenTarget(CMap<uint32_t, T*>& targets, const
         CCriticalSectionLock hold(m_targetLock);
         if (targets.erase(listenId) == 0) return nullptr;
     }
-    CInterfaceMessage message(event);
-    (void)message.writeUInt32(listenId);
-    return sendToBase(message);
+    return sendWithId(event, listenId);
 }
 
 uint32_t CParamInterfaceClient::listenParam(const CString& name, CParamInterfaceParamListener* target) {
@@ -221,11 +225,7 @@ uint32_t CParamInterfaceClient::createUndoData(const CString& name, bool coalesc
     return id;
 }
 
-CError* CParamInterfaceClient::removeUndoData(uint32_t undoId) {
-    CInterfaceMessage message("remove-undo-data");
-    (void)message.writeUInt32(undoId);
-    return sendToBase(message);
-}
+CError* CParamInterfaceClient::removeUndoData(uint32_t undoId) { return sendWithId("remove-undo-data", undoId); }
 
 CError* CParamInterfaceClient::submitUndoData(uint32_t undoId, const CString& name) {
     CInterfaceMessage message("submit-undo-data");
@@ -332,23 +332,11 @@ CError* CParamInterfaceClient::setDefaultPreset(uint32_t listenId, const CByteBu
     return sendToBase(message);
 }
 
-CError* CParamInterfaceClient::activateDefaultPreset(uint32_t listenId) {
-    CInterfaceMessage message("activate-default-preset");
-    (void)message.writeUInt32(listenId);
-    return sendToBase(message);
-}
+CError* CParamInterfaceClient::activateDefaultPreset(uint32_t listenId) { return sendWithId("activate-default-preset", listenId); }
 
-CError* CParamInterfaceClient::exchangeShadowPreset(uint32_t listenId) {
-    CInterfaceMessage message("exchange-shadow-preset");
-    (void)message.writeUInt32(listenId);
-    return sendToBase(message);
-}
+CError* CParamInterfaceClient::exchangeShadowPreset(uint32_t listenId) { return sendWithId("exchange-shadow-preset", listenId); }
 
-CError* CParamInterfaceClient::updateShadowPreset(uint32_t listenId) {
-    CInterfaceMessage message("update-shadow-preset");
-    (void)message.writeUInt32(listenId);
-    return sendToBase(message);
-}
+CError* CParamInterfaceClient::updateShadowPreset(uint32_t listenId) { return sendWithId("update-shadow-preset", listenId); }
 
 CParamInterfaceRegistryListener* CParamInterfaceClient::registryTarget(uint32_t listenId) {
     auto it = m_registryTargets.find(listenId);

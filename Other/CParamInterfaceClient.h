@@ -79,6 +79,8 @@ protected:
     // A new listen or undo id: the client id above a running counter.
     uint32_t nextId();
     CError* sendToBase(CInterfaceMessage& message);
+    // A message whose payload is one id.
+    CError* sendWithId(const char* event, uint32_t id);
     CMemoryReader& readStream() { return m_read; }
     // Everything this client listens to is dropped at the base; the audio client adds its
     // visualisation listeners first.
