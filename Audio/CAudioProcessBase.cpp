@@ -94,8 +94,9 @@ void CAudioProcessBase::instantiateParamSide() {
 }
 
 int32_t CAudioProcessBase::findSource(const CAudioProcessBase* node, int32_t port) const {
+    // setSources empties the entries it has taken over while it matches the rest.
     for (int32_t i = 0; i < m_sources.count(); ++i) {
-        if (m_sources[i]->node == node && m_sources[i]->port == port) return i;
+        if (m_sources[i] && m_sources[i]->node == node && m_sources[i]->port == port) return i;
     }
     return -1;
 }

@@ -8,6 +8,7 @@
 #include "Audio/CAudioParam.h"
 #include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioParamRegistry.h"
+#include "Audio/Processes/CSignalModules.h"
 #include "Audio/CAudioPreset.h"
 #include "Audio/CAudioPresetBank.h"
 #include "Audio/CAudioProcessDefBaseInit.h"
@@ -47,10 +48,14 @@ struct CSetup {
         CConverterRegistration::ensureCreatorsRegistered();
         CAudioProcessDefBaseInit::ensureCreatorsRegistered();
         CAudioParamRegistry::ensureCreatorsRegistered();
+        // The shared definitions hold the whole graph, whose classes must be known to load it.
+        CSignalModules::registerAll();
         CObject* shared = CObject::newRoot();
         CObject::setSharedRoot(shared);
         if (!check(shared->loadXMLData(CString("SharedData.xml"), true))) return;
         CObject* audio = shared->findObject(CString("audio"));
+        // The converters stay; the product's own parameters give way to this target's small set.
+        if (CObject* product = shared->findObject(CString("audio.modMain"))) product->destroy();
         CObject* modMain = nullptr;
         if (!audio || !check(audio->createChild(modMain, CString("core:object"), CString("modMain")))) return;
         for (const CDecl& d : kDecls) {
