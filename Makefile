@@ -11,9 +11,9 @@ CMAKE_GEN  := -G Ninja
 
 # Debian packages the project builds with; `make deps` installs only the missing ones.
 PACKAGES := g++ cmake ninja-build ccache pkg-config libgtest-dev libbenchmark-dev \
-            zlib1g-dev liblz4-dev libpugixml-dev libfftw3-dev
+            zlib1g-dev liblz4-dev libpugixml-dev libfftw3-dev libsndfile1-dev
 
-.PHONY: deps deps-fuzz configure build test asan tsan bench fuzz clean
+.PHONY: deps deps-fuzz configure build test asan tsan bench fuzz demo install clean
 
 deps:
 	@missing=""; \
@@ -66,6 +66,20 @@ fuzz: deps-fuzz
 	  $(FUZZ_BUILD)/fuzz/$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix=$(FUZZ_BUILD)/ \
 	    $(FUZZ_BUILD)/corpus/$$t || exit 1; \
 	done
+
+# The plug-in through its VST 2 entry point, as a host loads it: the built-in demo signal, or
+# IN=file (WAV, FLAC, AIFF), with the factory program PRESET=name, to $(BUILD)/demo-out.wav.
+IN     ?=
+PRESET ?=
+demo: configure
+	cmake --build $(BUILD) -j $(JOBS) --target Tamberlo3 tamberlo-render
+	$(BUILD)/Tools/render/tamberlo-render $(if $(PRESET),--program "$(PRESET)") $(if $(IN),"$(IN)") $(BUILD)/demo-out.wav
+
+# Linux hosts look for VST 2 plug-ins in ~/.vst among other folders.
+install: configure
+	cmake --build $(BUILD) -j $(JOBS) --target Tamberlo3
+	mkdir -p $(HOME)/.vst
+	cp $(BUILD)/Tamberlo3.so $(HOME)/.vst/
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)
