@@ -23,12 +23,7 @@ using test::str;
 
 using TAttrs = std::vector<std::pair<const char*, const char*>>;
 
-// The first line of an error (its message), or "" for success; the error is consumed.
-std::string message(CError* err) {
-    std::string text = err ? str(err->line(0)) : "";
-    deleteError(err);
-    return text;
-}
+using test::message;
 
 // The message of an invalid-value error, `what` filled in.
 std::string invalid(const char* format, const char* what) { return str(CString::format(format, what)); }

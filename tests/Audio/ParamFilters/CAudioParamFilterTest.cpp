@@ -285,7 +285,6 @@ TEST_F(CAudioParamFilterTest, SlopeIsFiveDecibelsPerUnitOverEveryElement) {
     EXPECT_EQ(both(*gain), 1.0);
 
     ASSERT_TRUE(slope->setValue(2.0, 0, nullptr, nullptr));
-    EXPECT_NEAR(both(*gain), std::pow(10.0, 0.5), 1e-12);
     EXPECT_NEAR(20 * std::log10(both(*gain)), 10.0, 1e-9);
 
     // Three elements in, three out; a shorter tail change then shortens the destination.
