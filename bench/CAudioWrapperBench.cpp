@@ -5,31 +5,14 @@
 #include <vector>
 
 #include "Audio/CAudioParamRegistration.h"
-#include "Audio/CAudioParamUndo.h"
 #include "Audio/CAudioWrapper.h"
 #include "Audio/Converters/CConverterRegistration.h"
 #include "Audio/Processes/CSignalModules.h"
-#include "Core/CApplication.h"
-#include "Core/CError.h"
-#include "Core/CObject.h"
+#include "bench/CBenchInstance.h"
 
 using namespace orl;
 
 namespace {
-
-const CCreatorRow kShellCreators[] = {
-    {"test:shell-undo", &createObjectOf<CAudioParamUndo>, &CObject::fillDescriptors},
-    {nullptr, nullptr, nullptr},
-};
-
-class CBenchHost : public CAudioWrapper {
-public:
-    void hostAutomate(int32_t, double) override {}
-    void hostUpdateDisplay() override {}
-    void hostBeginEdit(int32_t) override {}
-    void hostEndEdit(int32_t) override {}
-    void hostResizeWindow(int32_t, int32_t) override {}
-};
 
 // The tests' instance tree, compiled into the same folder as the benchmark's own tree.
 std::string shellTree() {
@@ -43,32 +26,17 @@ std::string shellTree() {
 void BM_ShellStereo48k(benchmark::State& state) {
     static const bool registered = CSignalModules::registerAll() &&
                                    CConverterRegistration::ensureCreatorsRegistered() &&
-                                   CAudioParamRegistration::ensureCreatorsRegistered() &&
-                                   registerCreatorTable(kShellCreators);
+                                   CAudioParamRegistration::ensureCreatorsRegistered();
     if (!registered) {
         state.SkipWithError("class registration failed");
         return;
     }
     const std::string tree = shellTree();
-    CApplication::CSetup setup;
-    setup.sharedData = tree.c_str();
-    if (!CApplication::load(setup)) {
-        state.SkipWithError("application load failed");
-        return;
-    }
     {
-        CBenchHost host;
-        if (CError* err = host.init()) {
-            state.SkipWithError(err->text().narrowed().c8());
-            deleteError(err);
-            CApplication::unload();
-            return;
-        }
-        host.finishInit();
-        host.setSampleRate(48000.0);
-        host.setInputFormat(2, false, false, 0, false, false);
-        host.setOutputFormat(2, false, false);
-        host.start();
+        bench::CBenchInstance instance(state, tree.c_str());
+        if (!instance.ok()) return;
+        instance.startStereo48k();
+        CAudioWrapper& host = instance.host();
 
         const int32_t frames = static_cast<int32_t>(state.range(0));
         std::vector<float> left(static_cast<size_t>(frames)), right(static_cast<size_t>(frames));
@@ -87,9 +55,7 @@ void BM_ShellStereo48k(benchmark::State& state) {
         // CPU time per second of audio: each iteration is frames / 48000 s of audio.
         state.counters["cpu_per_audio_s"] = benchmark::Counter(
             frames / 48000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-        host.stop();
     }
-    CApplication::unload();
 }
 BENCHMARK(BM_ShellStereo48k)->Arg(64)->Arg(512)->Arg(4096);
 

@@ -6,22 +6,11 @@
 #include "Audio/CAudioParam.h"
 #include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioWrapper.h"
-#include "Core/CApplication.h"
-#include "Core/CError.h"
-#include "Core/CObject.h"
+#include "bench/CBenchInstance.h"
 
 using namespace orl;
 
 namespace {
-
-class CBenchHost : public CAudioWrapper {
-public:
-    void hostAutomate(int32_t, double) override {}
-    void hostUpdateDisplay() override {}
-    void hostBeginEdit(int32_t) override {}
-    void hostEndEdit(int32_t) override {}
-    void hostResizeWindow(int32_t, int32_t) override {}
-};
 
 bool setParam(CAudioWrapper& host, const char* local, double value) {
     CAudioParam* p = host.collector()->getParam(CString("plugin.modMain.") + CString(local));
@@ -34,28 +23,15 @@ bool setParam(CAudioWrapper& host, const char* local, double value) {
 // `lp-oversampling-enable` (0 minimum-phase, 1 linear-phase filters). The input is two sines
 // loud enough for the compressor to work. Reported per second of audio on one core.
 void BM_PluginInstance(benchmark::State& state) {
-    CApplication::CSetup setup;
-    if (!CApplication::load(setup)) {
-        state.SkipWithError("application load failed");
-        return;
-    }
     {
-        CBenchHost host;
-        if (CError* err = host.init()) {
-            state.SkipWithError(err->text().narrowed().c8());
-            deleteError(err);
-            CApplication::unload();
-            return;
-        }
-        host.finishInit();
+        bench::CBenchInstance instance(state);
+        if (!instance.ok()) return;
+        CAudioWrapper& host = instance.host();
         if (!setParam(host, "oversampling", static_cast<double>(state.range(0))) ||
             !setParam(host, "lp-oversampling-enable", static_cast<double>(state.range(1)))) {
             state.SkipWithError("parameters not found");
         }
-        host.setSampleRate(48000.0);
-        host.setInputFormat(2, false, false, 0, false, false);
-        host.setOutputFormat(2, false, false);
-        host.start();
+        instance.startStereo48k();
 
         constexpr int32_t kFrames = 512;
         // Two seconds of input, so that the compressor sees a moving level.
@@ -84,11 +60,9 @@ void BM_PluginInstance(benchmark::State& state) {
         state.counters["cpu_per_audio_s"] = benchmark::Counter(
             kFrames / 48000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
         state.counters["latency"] = static_cast<double>(host.getLatency());
-        host.stop();
         // The filter family is a stored setting of the machine: leave the default behind.
         (void)setParam(host, "lp-oversampling-enable", 1.0);
     }
-    CApplication::unload();
 }
 BENCHMARK(BM_PluginInstance)
     ->ArgNames({"os", "lp"})
